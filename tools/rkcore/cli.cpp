@@ -1,0 +1,65 @@
+#include "cli.h"
+
+#include <cstdio>
+
+namespace rkcli {
+
+namespace {
+constexpr int kLabelWidth = 22;
+
+void writeUtf8(std::FILE *stream, const QString &text)
+{
+    const QByteArray bytes = text.toUtf8();
+    std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stream);
+}
+} // namespace
+
+int usageError(const QString &message)
+{
+    writeUtf8(stderr, QStringLiteral("rkcore: %1\n").arg(message));
+    return kExitUsage;
+}
+
+int failure(const QString &message)
+{
+    writeUtf8(stderr, QStringLiteral("rkcore: %1\n").arg(message));
+    return kExitFailure;
+}
+
+void printLine(const QString &text)
+{
+    writeUtf8(stdout, text + QLatin1Char('\n'));
+}
+
+void printField(const QString &label, const QString &value)
+{
+    printLine(QStringLiteral("%1 %2").arg(label + QLatin1Char(':'), -kLabelWidth).arg(value));
+}
+
+QString fromCore(const char *text)
+{
+    return text == nullptr ? QString() : QString::fromUtf8(text);
+}
+
+QString fromCore(const CoreText &text)
+{
+    return fromCore(text.get());
+}
+
+} // namespace rkcli
+
+namespace rkcli {
+
+bool singleArgument(const char *command, const QStringList &arguments, QString &value)
+{
+    QStringList values = arguments;
+    if (!values.isEmpty() && values.first() == QLatin1String("--")) values.removeFirst();
+    if (values.size() != 1) {
+        usageError(QStringLiteral("%1 takes exactly one argument (see rkcore --help)").arg(QLatin1String(command)));
+        return false;
+    }
+    value = values.first();
+    return true;
+}
+
+} // namespace rkcli

@@ -1,0 +1,48 @@
+// Shared pieces of the rkcore tool's commands.
+#pragma once
+
+#include <QString>
+#include <QStringList>
+
+#include <cstdlib>
+#include <memory>
+
+namespace rkcli {
+
+// Exit statuses: 0 done, 1 the work failed (a path that cannot be read),
+// 2 bad usage (unknown command, bad argument).
+inline constexpr int kExitFailure = 1;
+inline constexpr int kExitUsage = 2;
+
+// Writes "rkcore: <message>" to standard error and returns kExitUsage.
+int usageError(const QString &message);
+
+// Writes "rkcore: <message>" to standard error and returns kExitFailure.
+int failure(const QString &message);
+
+// Writes text to standard output as UTF-8, followed by a line end.
+void printLine(const QString &text);
+
+// Writes "label: value" with the label padded so that values line up.
+void printField(const QString &label, const QString &value);
+
+// Owns a text the C core returned (free()); empty when the core gave null.
+struct FreeDeleter {
+    void operator()(char *text) const { std::free(text); }
+};
+using CoreText = std::unique_ptr<char, FreeDeleter>;
+
+// The core's text as a QString (UTF-8); a null QString for a null text.
+QString fromCore(const char *text);
+QString fromCore(const CoreText &text);
+
+} // namespace rkcli
+
+namespace rkcli {
+
+// For commands that take exactly one argument and no options (the argument
+// may begin with '-', as "-rwxr-xr-x" does): stores it in `value` and returns
+// true, or reports a usage error and returns false.
+bool singleArgument(const char *command, const QStringList &arguments, QString &value);
+
+} // namespace rkcli

@@ -1,0 +1,17 @@
+#include "commands.h"
+
+#include <array>
+
+namespace rkcli {
+
+std::span<const Command> commands()
+{
+    static constexpr std::array table{
+        Command{"perms", "755|-rwxr-xr-x|0o4755", "permission value, listing text or mode in every form", permsCommand},
+        Command{"size", "BYTES", "a byte count as the size texts show it", sizeCommand},
+        Command{"lsdate", "'Jan 15 10:30'", "a listing date read back into a time", lsdateCommand},
+    };
+    return table;
+}
+
+} // namespace rkcli

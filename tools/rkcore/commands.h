@@ -1,0 +1,27 @@
+// The rkcore tool's commands: one function per command, each in its own file.
+#pragma once
+
+#include <QStringList>
+
+#include <span>
+
+namespace rkcli {
+
+// Runs a command with the arguments after its name; returns the exit status.
+using CommandFunction = int (*)(const QStringList &arguments);
+
+struct Command {
+    const char *name;
+    const char *usage;   // arguments, as shown in the tool's help
+    const char *summary; // one line
+    CommandFunction run;
+};
+
+// Every command, in the order the help lists them.
+std::span<const Command> commands();
+
+int permsCommand(const QStringList &arguments);
+int sizeCommand(const QStringList &arguments);
+int lsdateCommand(const QStringList &arguments);
+
+} // namespace rkcli
