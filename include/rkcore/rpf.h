@@ -15,5 +15,6 @@
 #include <rkcore/rpf_path.h>
 #include <rkcore/rpf_perms.h>
 #include <rkcore/rpf_size.h>
+#include <rkcore/rpf_url.h>
 
 #endif /* RKCORE_RPF_H */
