@@ -12,7 +12,7 @@ namespace {
 void parse(benchmark::State &state, const char *text)
 {
     rpf_diagnostics_set_stream(nullptr);
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         rpf_url *url = rpf_url_new_from_string(text);
         benchmark::DoNotOptimize(url);
         rpf_url_dealloc(url);
@@ -46,7 +46,7 @@ void BM_ParseAfpTraceDiscarded(benchmark::State &state)
 void BM_TextForms(benchmark::State &state)
 {
     rpf_url *url = rpf_url_new(RPF_URL_TYPE_SFTP, "me", "secret", "host.example.org", 2222, "home/me/notes.txt");
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         char *texts[] = {rpf_url_string(url), rpf_url_string_clean(url), rpf_url_string_pathless(url),
                          rpf_ravix_url(url, RPF_URL_ITEM_FILE, 4096)};
         for (char *text : texts) {
@@ -60,7 +60,7 @@ void BM_TextForms(benchmark::State &state)
 
 void BM_EncapsulatedToRecord(benchmark::State &state)
 {
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto _ : state) {
         int32_t type = 0;
         rpf_url *url =
             rpf_url_ravix_url_to_url("ravix://<sftp://me:@host.example.org:2222/home/me/notes.txt><2><4096>", &type);
