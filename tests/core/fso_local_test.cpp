@@ -25,8 +25,8 @@
 #include "fso_test_support.h"
 
 using rktest::CapturedDiagnostics;
-using rktest::TempFolder;
 using rktest::take;
+using rktest::TempFolder;
 using rktest::Tree;
 
 namespace {
@@ -74,7 +74,7 @@ void expectAgreesWithStatus(const rpf_fso *record, bool followLinks)
 {
     ASSERT_NE(record, nullptr);
     SCOPED_TRACE(record->complete_path);
-    struct stat data{};
+    struct stat data {};
     ASSERT_EQ((followLinks ? stat : lstat)(record->complete_path, &data), 0);
     const int32_t type = S_ISDIR(data.st_mode) ? 1 : S_ISREG(data.st_mode) ? 2 : S_ISLNK(data.st_mode) ? 3 : 0;
     EXPECT_EQ(record->type, type);
@@ -316,7 +316,7 @@ TEST(FsoLocal, EveryEntryOfASystemFolderAgreesWithLstat)
         for (const rpf_fso *item : items) {
             expectAgreesWithStatus(item, false);
             if (item->type != RPF_FSO_TYPE_LINK) continue;
-            struct stat target{};
+            struct stat target {};
             if (stat(item->complete_path, &target) != 0) {
                 EXPECT_EQ(item->link_target_type, RPF_FSO_TARGET_UNREADABLE) << item->complete_path;
                 EXPECT_EQ(item->alias_location, nullptr) << item->complete_path;

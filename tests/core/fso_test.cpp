@@ -54,18 +54,18 @@ TEST(FsoConstructor, NamesAndCompletePaths)
         {"etc", "/usr", "etc", "/usr/etc", "<null>"},
         {"", "/usr", "", "/usr", "<null>"},
         {"etc", nullptr, "etc", "<null>", "<null>"},
-        {"etc", "", "etc", "etc", "<null>"},                   // the empty parent counts as the root
-        {"/a/b/c", "/zzz", "c", "/a/b/c", "<null>"},           // an absolute path wins over the parent
-        {"/a", nullptr, "a", "/a", "<null>"},                  // ... and supplies one
-        {"/a/b/", "/zzz", "", "/a/b", "<null>"},               // empty last component: the parent alone
+        {"etc", "", "etc", "etc", "<null>"},         // the empty parent counts as the root
+        {"/a/b/c", "/zzz", "c", "/a/b/c", "<null>"}, // an absolute path wins over the parent
+        {"/a", nullptr, "a", "/a", "<null>"},        // ... and supplies one
+        {"/a/b/", "/zzz", "", "/a/b", "<null>"},     // empty last component: the parent alone
         {"file.tar.gz", "/p", "file.tar.gz", "/p/file.tar.gz", "gz"},
         {".profile", "/home/u", ".profile", "/home/u/.profile", "<null>"},
         {"été 1.2 x.txt", "/d", "été 1.2 x.txt", "/d/été 1.2 x.txt", "txt"},
-        {"x", "//", "x", "///x", "<null>"},                    // only "/" itself is the root
+        {"x", "//", "x", "///x", "<null>"}, // only "/" itself is the root
     };
     for (const Row &row : rows) {
-        Tree record(withoutHandedTexts(
-            rpf_fso_new(RPF_FSO_TYPE_FILE, RPF_FSO_REMOTE, 644, "d", row.pathOrName, "o", "g", 1, 2, nullptr, row.parent)));
+        Tree record(withoutHandedTexts(rpf_fso_new(RPF_FSO_TYPE_FILE, RPF_FSO_REMOTE, 644, "d", row.pathOrName, "o",
+                                                   "g", 1, 2, nullptr, row.parent)));
         ASSERT_NE(record, nullptr);
         SCOPED_TRACE(std::string("path_or_name \"") + row.pathOrName + "\", parent \"" + text(row.parent) + "\"");
         EXPECT_EQ(text(record->name), row.name);
@@ -84,19 +84,18 @@ TEST(FsoConstructor, LinkTargets)
         const char *aliasLocation, *completeAliasPath;
         bool keepsPointer;
     } rows[] = {
-        {"  ../x", "l", "/p", "../x", "/p/../x", false},         // blanks removed, nothing normalised
+        {"  ../x", "l", "/p", "../x", "/p/../x", false}, // blanks removed, nothing normalised
         {"../x", "l", "/p", "../x", "/p/../x", true},
         {"/abs/t", "l", "/p", "/abs/t", "/abs/t", true},
         {"t", "l", "/", "t", "/t", true},
         {"t", "l", "", "t", "t", true},
-        {"t", "/a/b/l", "/p", "t", "/p/t", true},                // joined to the argument, not to /a/b
-        {" \tt", "l", "/p", "\tt", "/p/\tt", false},            // only spaces are blanks
-        {"t", "l", nullptr, "t", "t", true},                     // nothing to join to
+        {"t", "/a/b/l", "/p", "t", "/p/t", true},    // joined to the argument, not to /a/b
+        {" \tt", "l", "/p", "\tt", "/p/\tt", false}, // only spaces are blanks
+        {"t", "l", nullptr, "t", "t", true},         // nothing to join to
     };
     for (const Row &row : rows) {
-        rpf_fso *record =
-            rpf_fso_new(RPF_FSO_TYPE_LINK, RPF_FSO_REMOTE, 777, nullptr, row.pathOrName, nullptr, nullptr, 1, 0,
-                        row.target, row.parent);
+        rpf_fso *record = rpf_fso_new(RPF_FSO_TYPE_LINK, RPF_FSO_REMOTE, 777, nullptr, row.pathOrName, nullptr, nullptr,
+                                      1, 0, row.target, row.parent);
         ASSERT_NE(record, nullptr);
         SCOPED_TRACE(std::string("target \"") + row.target + "\", parent \"" + text(row.parent) + "\"");
         EXPECT_EQ(text(record->alias_location), row.aliasLocation);
