@@ -12,6 +12,7 @@
 #include <fcntl.h>
 #include <grp.h>
 #include <pwd.h>
+#include <stdint.h>
 #include <stdlib.h>
 #include <string.h>
 #include <sys/stat.h>
@@ -46,11 +47,14 @@ typedef struct date_slot {
     char *text; /* one use held by the cache; null for an empty slot */
 } date_slot;
 
+enum { EXTENSION_SLOTS = 64 };
+
 typedef struct reader {
     id_cache owners;
     id_cache groups;
     date_slot dates[DATE_SLOTS];
-    char *buffer; /* scratch space for getpwuid_r / getgrgid_r */
+    char *extensions[EXTENSION_SLOTS]; /* shared texts, one use held by the cache */
+    char *buffer;                      /* scratch space for getpwuid_r / getgrgid_r */
     size_t buffer_size;
 } reader;
 
@@ -67,6 +71,8 @@ static void reader_clear(reader *r)
     id_cache_clear(&r->groups);
     for (size_t i = 0; i < DATE_SLOTS; ++i)
         rpf_fso_free_text(r->dates[i].text);
+    for (size_t i = 0; i < EXTENSION_SLOTS; ++i)
+        rpf_fso_free_text(r->extensions[i]);
     free(r->buffer);
 }
 
@@ -156,6 +162,27 @@ static char *date_text_for(reader *r, time_t when)
     return rpf_shared_text_retain(text);
 }
 
+/* The shared text equal to `own` (an extension the record made), taking the
+ * place of `own`, which is freed; `own` itself when memory is exhausted.
+ * Folders hold few distinct extensions, and a record's own copy costs as much
+ * as a short name. */
+static char *shared_extension(reader *r, char *own)
+{
+    if (own == NULL) return NULL;
+    uint32_t hash = 2166136261U; /* FNV-1a */
+    for (const unsigned char *p = (const unsigned char *)own; *p != '\0'; ++p)
+        hash = (hash ^ *p) * 16777619U;
+    char **slot = &r->extensions[hash % EXTENSION_SLOTS];
+    if (*slot == NULL || strcmp(*slot, own) != 0) {
+        char *text = rpf_shared_text_new(own);
+        if (text == NULL) return own;
+        rpf_fso_free_text(*slot);
+        *slot = text;
+    }
+    free(own);
+    return rpf_shared_text_retain(*slot);
+}
+
 /* ---- one item ---- */
 
 static int32_t type_of_mode(mode_t mode)
@@ -182,7 +209,7 @@ typedef struct item_source {
     const struct stat *target; /* status of what a link points to; null when unknown */
     const char *name;          /* last component */
     const char *parent;        /* parent path */
-    const char *path;          /* the item's path (for the URL and the link target) */
+    const char *path;          /* the item's path; null for a child that is no link: its complete path */
 } item_source;
 
 static int32_t target_type(const struct stat *target)
@@ -202,7 +229,7 @@ static rpf_fso *build_item(reader *r, const item_source *source)
     char *target = NULL;
     if (type == RPF_FSO_TYPE_LINK && source->target != NULL) {
         link_target_type = target_type(source->target);
-        target = canonical_target(source->path);
+        target = source->path == NULL ? NULL : canonical_target(source->path);
         if (target == NULL) return NULL;
     } else if (type == RPF_FSO_TYPE_LINK) {
         link_target_type = RPF_FSO_TARGET_UNREADABLE;
@@ -225,7 +252,10 @@ static rpf_fso *build_item(reader *r, const item_source *source)
     }
     record->mtime = (int32_t)st->st_mtime;
     record->link_target_type = link_target_type;
-    record->url = rpf_url_new_local(source->path);
+    record->extension = shared_extension(r, record->extension);
+    /* A child's complete path is its path (the folder's path, a separator
+     * unless it ends in one, the name). */
+    record->url = rpf_url_new_local(source->path != NULL ? source->path : record->complete_path);
     int complete = record->name != NULL && record->complete_path != NULL && record->url != NULL &&
                    (type != RPF_FSO_TYPE_DIRECTORY || (record->files != NULL && record->subdirectories != NULL)) &&
                    (target == NULL || record->complete_alias_path != NULL);
@@ -273,10 +303,12 @@ static int read_children(reader *r, rpf_fso *record, const char *path)
         }
         /* A non-link's second status would be the same data; it is never
          * read. */
-        char *child_path = rpf_path_by_appending_item(path, name);
-        item_source source = {&data, has_target ? &target : NULL, name, parent, child_path};
-        rpf_fso *child = child_path == NULL ? NULL : build_item(r, &source);
-        free(child_path);
+        /* Only a link needs its path before the record exists (to find its
+         * target). */
+        char *link_path = S_ISLNK(data.st_mode) ? rpf_path_by_appending_item(path, name) : NULL;
+        item_source source = {&data, has_target ? &target : NULL, name, parent, link_path};
+        rpf_fso *child = S_ISLNK(data.st_mode) && link_path == NULL ? NULL : build_item(r, &source);
+        free(link_path);
         if (child == NULL || rpf_fso_add_subitem(record, child) != 0) {
             rpf_fso_destroy_deep(child);
             errno = ENOMEM;
