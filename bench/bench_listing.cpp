@@ -43,7 +43,7 @@ void readFolderIntoRecords(benchmark::State &state)
     }
     int64_t entries = 0;
     size_t heap = 0;
-    for (auto _ : state) {
+    for (auto _ : state) { // NOLINT(clang-analyzer-deadcode.DeadStores)
         const size_t before = heapInUse();
         rpf_fso *record = rpf_fso_get_local_fso(folder().c_str());
         benchmark::DoNotOptimize(record);
@@ -71,7 +71,7 @@ void readAndFreeFolder(benchmark::State &state)
         return;
     }
     int64_t entries = 0;
-    for (auto _ : state) {
+    for (auto _ : state) { // NOLINT(clang-analyzer-deadcode.DeadStores)
         rpf_fso *record = rpf_fso_get_local_fso(folder().c_str());
         if (record == nullptr) {
             state.SkipWithError("the folder could not be read");

@@ -13,7 +13,7 @@
 static double now_us(void)
 {
     struct timespec t;
-    clock_gettime(CLOCK_MONOTONIC, &t);
+    (void)clock_gettime(CLOCK_MONOTONIC, &t);
     return (double)t.tv_sec * 1e6 + (double)t.tv_nsec / 1e3;
 }
 
@@ -27,7 +27,7 @@ int main(int argc, char **argv)
 {
     int deep_free = argc > 2 && strcmp(argv[1], "--free") == 0;
     if (argc != 2 + deep_free) {
-        fprintf(stderr, "usage: rkcore-list-folder [--free] FOLDER\n");
+        (void)fprintf(stderr, "usage: rkcore-list-folder [--free] FOLDER\n");
         return 2;
     }
     size_t heap_before = heap_in_use();

@@ -30,10 +30,9 @@ static void set_link_target(rpf_fso *record, const char *link_target, const char
     unsigned int blanks = rpf_utility_front_spaces(link_target);
     const char *target = link_target + blanks;
     record->alias_location = blanks > 0 ? copy_text(target) : (char *)link_target;
-    if (rpf_path_is_absolute(target)) {
-        record->complete_alias_path = copy_text(target);
-    } else if (parent_path == NULL) {
-        /* Nothing to join a relative target to: it stands as given. */
+    if (rpf_path_is_absolute(target) || parent_path == NULL) {
+        /* Without a parent path a relative target has nothing to join: it
+         * stands as given. */
         record->complete_alias_path = copy_text(target);
     } else {
         record->complete_alias_path = rpf_concat(parent_path, is_root_parent(parent_path) ? "" : "/", target);
@@ -129,7 +128,7 @@ static void free_tree(rpf_fso *root)
                 if (child == NULL) continue;
                 if (depth == capacity) {
                     size_t grown = capacity == 0 ? 64 : capacity * 2;
-                    rpf_fso **bigger = realloc(stack, grown * sizeof *bigger);
+                    rpf_fso **bigger = realloc(stack, grown * sizeof(rpf_fso *));
                     if (bigger == NULL) continue; /* the child leaks; nothing worse */
                     stack = bigger;
                     capacity = grown;
@@ -210,7 +209,7 @@ int32_t rpf_fso_file_count(const rpf_fso *dir)
 static rpf_fso *walk_step(rpf_fso *dir, int32_t total)
 {
     if (dir->current_index > total) return NULL;
-    rpf_fso *result;
+    rpf_fso *result = NULL;
     if (rpf_fso_file_count(dir) < dir->current_index) {
         rpf_diag_line("Getting a dir");
         if (dir->in_subdirectories == 0) {
@@ -235,7 +234,8 @@ rpf_fso *rpf_fso_next_item(rpf_fso *dir)
     rpf_diag_line("Entering rpf_fso_next_item");
     if (!is_directory(dir)) {
         rpf_diag_line("Dumb ass programmer detected");
-        return (rpf_fso *)(intptr_t)RPF_FSO_NOT_A_DIRECTORY;
+        /* The marker every child operation answers, in a pointer's place. */
+        return (rpf_fso *)(intptr_t)RPF_FSO_NOT_A_DIRECTORY; /* NOLINT(performance-no-int-to-ptr) */
     }
     int32_t total = rpf_fso_file_count(dir) + rpf_fso_subdirectory_count(dir);
     rpf_diag_printf("Total Items : %d\n", total);

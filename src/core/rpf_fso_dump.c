@@ -12,7 +12,7 @@ static const char *shown(const char *text)
 
 static void dump_url(const rpf_fso *record)
 {
-    char *url = (char *)rpf_fso_get_item_for_key(record, RPF_FSO_KEY_URL_TEXT);
+    char *url = record->url == NULL ? NULL : rpf_url_string(record->url); /* the text of the URL key */
     rpf_diag_printf("\t\tURL : >%s<\n", shown(url));
     free(url);
 }

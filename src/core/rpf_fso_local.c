@@ -285,7 +285,7 @@ static int read_children(reader *r, rpf_fso *record, const char *path)
     char *parent = sample == NULL ? NULL : experimental_rpf_path_without_last_component(sample);
     free(sample);
     int status = parent == NULL ? -1 : 0;
-    const struct dirent *entry;
+    const struct dirent *entry = NULL;
     while (status == 0 && (entry = readdir(dir)) != NULL) {
         const char *name = entry->d_name;
         if (name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'))) continue;

@@ -49,7 +49,7 @@ static int reserve_one(void)
     enum { FIRST_CAPACITY = 64 };
     if ((table.count + 1) * 2 <= table.capacity) return 0;
     size_t capacity = table.capacity == 0 ? FIRST_CAPACITY : table.capacity * 2;
-    shared_text **slots = calloc(capacity, sizeof *slots);
+    shared_text **slots = calloc(capacity, sizeof(shared_text *));
     if (slots == NULL) return -1;
     for (size_t i = 0; i < table.capacity; ++i) {
         if (table.slots[i] != NULL) place(slots, capacity, table.slots[i]);

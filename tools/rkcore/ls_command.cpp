@@ -70,9 +70,16 @@ bool parseOptions(const QStringList &arguments, Options &options)
     return true;
 }
 
-std::string coreText(intptr_t value)
+// The text a key answers (keys answer texts as pointer-width integers).
+const char *keyText(const rpf_fso *record, int32_t key)
 {
-    CoreText text(reinterpret_cast<char *>(value));
+    return reinterpret_cast<const char *>(rpf_fso_get_item_for_key(record, key)); // NOLINT(performance-no-int-to-ptr)
+}
+
+// Takes a new text from the core.
+std::string coreText(char *value)
+{
+    const CoreText text(value);
     return text ? std::string(text.get()) : std::string();
 }
 
@@ -106,7 +113,7 @@ std::string modeText(const rpf_fso *record, bool followLinks)
     const char *path = record->complete_path;
     const bool known = path != nullptr && (followLinks ? stat(path, &data) : lstat(path, &data)) == 0;
     const mode_t mode = known ? data.st_mode : modeFromRecord(record);
-    std::string text = coreText(reinterpret_cast<intptr_t>(rpf_permissions_mode_to_listing_string(mode)));
+    std::string text = coreText(rpf_permissions_mode_to_listing_string(mode));
     if (known && !S_ISLNK(mode)) {
         const bool acl = getxattr(path, "system.posix_acl_access", nullptr, 0) > 0 ||
                          (S_ISDIR(mode) && getxattr(path, "system.posix_acl_default", nullptr, 0) > 0);
@@ -134,7 +141,7 @@ std::string sizeText(const rpf_fso *record, bool bytes)
         // The record holds the low 32 bits of the size.
         return std::to_string(static_cast<uint32_t>(rpf_fso_get_item_for_key(record, RPF_FSO_KEY_SIZE)));
     }
-    std::string text = coreText(rpf_fso_get_item_for_key(record, RPF_FSO_KEY_SIZE_TEXT));
+    std::string text = coreText(const_cast<char *>(keyText(record, RPF_FSO_KEY_SIZE_TEXT)));
     while (!text.empty() && text.back() == ' ')
         text.pop_back(); // "512 " keeps a blank after short counts; the column is right-aligned
     return text;
@@ -142,9 +149,7 @@ std::string sizeText(const rpf_fso *record, bool bytes)
 
 Row rowOf(const rpf_fso *record, const std::string &name, bool bytes, bool followLinks)
 {
-    auto text = [record](int32_t key) {
-        return orEmpty(reinterpret_cast<const char *>(rpf_fso_get_item_for_key(record, key)));
-    };
+    auto text = [record](int32_t key) { return orEmpty(keyText(record, key)); };
     return Row{modeText(record, followLinks), std::to_string(rpf_fso_get_item_for_key(record, RPF_FSO_KEY_LINKS)),
                text(RPF_FSO_KEY_OWNER),       text(RPF_FSO_KEY_GROUP),
                sizeText(record, bytes),       text(RPF_FSO_KEY_DATE),
@@ -168,7 +173,7 @@ void printRows(const std::vector<Row> &rows)
                left(row.owner, widths[kOwner]) + ' ' + left(row.group, widths[kGroup]) + ' ' +
                right(row.size, widths[kSize]) + ' ' + left(row.date, widths[kDate]) + ' ' + row.name + '\n';
     }
-    std::fwrite(out.data(), 1, out.size(), stdout);
+    (void)std::fwrite(out.data(), 1, out.size(), stdout);
 }
 
 // Why a folder the core read without children could not be listed, or an
@@ -198,7 +203,7 @@ int lsCommand(const QStringList &arguments)
             QStringLiteral("cannot read %1: %2").arg(options.path, QString::fromLocal8Bit(std::strerror(error))));
     }
     if (options.raw) {
-        std::fflush(stderr);
+        (void)std::fflush(stderr);
         rpf_diagnostics_set_stream(stdout);
         rpf_fso_dump(record.get());
         rpf_diagnostics_set_stream(stderr);
