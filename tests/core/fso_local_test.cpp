@@ -19,6 +19,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "core_test_support.h"
@@ -304,6 +305,29 @@ TEST(FsoLocal, UnreadableFolderAndUnexaminableEntries)
     errno = 0;
     EXPECT_EQ(rpf_fso_get_local_fso(closed.c_str()), nullptr);
     EXPECT_EQ(errno, EACCES);
+}
+
+TEST(FsoLocal, TreesReadAndFreedOnSeveralThreadsAtOnce)
+{
+    // Owner, group, date and extension texts are shared through one table:
+    // trees read and freed at the same time must not disturb each other.
+    TempFolder folder;
+    for (int i = 0; i < 50; ++i)
+        writeFile(folder / ("f" + std::to_string(i % 7) + "." + std::to_string(i)));
+    std::vector<std::thread> readers;
+    std::vector<int32_t> counts(4);
+    for (size_t t = 0; t < counts.size(); ++t) {
+        readers.emplace_back([&, t] {
+            for (int round = 0; round < 20; ++round) {
+                Tree record(rpf_fso_get_local_fso(folder.path().c_str()));
+                counts[t] = record == nullptr ? -1 : rpf_fso_file_count(record.get());
+            }
+        });
+    }
+    for (std::thread &reader : readers)
+        reader.join();
+    for (int32_t count : counts)
+        EXPECT_EQ(count, 50);
 }
 
 TEST(FsoLocal, EveryEntryOfASystemFolderAgreesWithLstat)
