@@ -161,8 +161,8 @@ RPF_EXPORT rpf_fso *rpf_fso_reset(rpf_fso *record);
 
 /* Appends `child` to the directory's sub-folders (child type 1) or files and
  * makes `dir` its parent. 0 on success; RPF_FSO_NOT_A_DIRECTORY (with the line
- * "Dumb ass programmer detected") when `dir` is not a directory; -1 when an
- * argument is null or memory is exhausted (nothing changed). */
+ * "Dumb ass programmer detected") when `dir` is not a directory (or null); -1
+ * when `child` is null or memory is exhausted (nothing changed). */
 RPF_EXPORT int32_t rpf_fso_add_subitem(rpf_fso *dir, rpf_fso *child);
 
 /* Child `index` of the sub-folders (which == 1) or the files (any other

@@ -167,11 +167,11 @@ rpf_fso *rpf_fso_reset(rpf_fso *record)
 
 int32_t rpf_fso_add_subitem(rpf_fso *dir, rpf_fso *child)
 {
-    if (dir != NULL && !is_directory(dir)) {
+    if (!is_directory(dir)) {
         rpf_diag_line("Dumb ass programmer detected");
         return RPF_FSO_NOT_A_DIRECTORY;
     }
-    if (dir == NULL || child == NULL) return -1;
+    if (child == NULL) return -1;
     rpf_array *array = child->type == RPF_FSO_TYPE_DIRECTORY ? dir->subdirectories : dir->files;
     if (rpf_array_append(array, child) != 0) return -1;
     child->parent = dir;

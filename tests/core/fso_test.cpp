@@ -215,6 +215,7 @@ TEST(FsoChildren, NotADirectoryAndEmptyDirectory)
     EXPECT_EQ(reinterpret_cast<intptr_t>(rpf_fso_next_item(file.get())), -1234);
     EXPECT_EQ(diagnostics.take(), "Entering rpf_fso_next_item\nDumb ass programmer detected\n");
     EXPECT_EQ(reinterpret_cast<intptr_t>(rpf_fso_next_item(nullptr)), -1234);
+    EXPECT_EQ(rpf_fso_add_subitem(nullptr, child.get()), -1234);
     EXPECT_EQ(rpf_fso_file_count(file.get()), 0);
     EXPECT_EQ(rpf_fso_get_subitem_at_index(file.get(), 0, RPF_FSO_FILES), nullptr);
     diagnostics.take();
