@@ -3,57 +3,27 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
 #include <vector>
 
 #include "core_test_support.h"
+#include "url_test_support.h"
 
+using rktest::show;
 using rktest::take;
+using rktest::TraceCapture;
+using rktest::Url;
 
 namespace {
 
-struct UrlDeleter {
-    void operator()(rpf_url *url) const { rpf_url_dealloc(url); }
-};
-using Url = std::unique_ptr<rpf_url, UrlDeleter>;
-
-std::string show(const char *text)
+// Every line of `lines` with its line end.
+std::string joined(const std::vector<std::string> &lines)
 {
-    return text == nullptr ? std::string("<null>") : std::string(text);
+    std::string text;
+    for (const std::string &line : lines)
+        text += line + '\n';
+    return text;
 }
-
-// Collects the diagnostic stream while it lives; discards it afterwards.
-class TraceCapture {
-public:
-    TraceCapture() { rpf_diagnostics_set_callback(&TraceCapture::receive, this); }
-    ~TraceCapture() { rpf_diagnostics_set_stream(nullptr); }
-    TraceCapture(const TraceCapture &) = delete;
-    TraceCapture &operator=(const TraceCapture &) = delete;
-
-    const std::string &text() const { return text_; }
-
-    // The captured text split at line ends (a partial last line kept).
-    std::vector<std::string> lines() const
-    {
-        std::vector<std::string> result;
-        std::string::size_type start = 0;
-        while (start < text_.size()) {
-            const auto end = text_.find('\n', start);
-            if (end == std::string::npos) {
-                result.push_back(text_.substr(start));
-                break;
-            }
-            result.push_back(text_.substr(start, end - start));
-            start = end + 1;
-        }
-        return result;
-    }
-
-private:
-    static void receive(const char *text, void *context) { static_cast<TraceCapture *>(context)->text_ += text; }
-    std::string text_;
-};
 
 class Silenced : public ::testing::Test {
 protected:
@@ -139,43 +109,6 @@ TEST_F(UrlParse, RefusedTexts)
     EXPECT_EQ(rpf_url_new_from_string(nullptr), nullptr);
 }
 
-TEST_F(UrlParse, ParsersReportTheirOwnStatus)
-{
-    struct {
-        rpf_url_parser parser;
-        const char *text;
-        int status;
-    } const rows[] = {
-        {file_url_parser, "file:///a", 0}, {file_url_parser, "ftp://h", 1}, {ftp_url_parser, "sftp://h", 0},
-        {ftp_url_parser, "afp://h", 1},    {afp_url_parser, "afp://h", 0},  {afp_url_parser, "smb://h", 1},
-        {smb_url_parser, "smb://h", 0},    {smb_url_parser, "ftp://h", 1},  {smb_url_parser, "smb://a@b", 1},
-        {ftp_url_parser, nullptr, 1},      {afp_url_parser, "file:///", 1},
-    };
-    for (const auto &row : rows) {
-        rpf_url record{};
-        int status = 7;
-        row.parser(row.text, &record, &status);
-        EXPECT_EQ(status, row.status) << "text: " << show(row.text);
-        free(record.user_name);
-        free(record.password);
-        free(record.host);
-        free(record.path);
-    }
-}
-
-TEST(UrlParserTable, RowsInOrder)
-{
-    ASSERT_EQ(RPF_URL_PARSER_COUNT, 4);
-    EXPECT_EQ(url_parsers[0].parser, &file_url_parser);
-    EXPECT_STREQ(url_parsers[0].name, "File URL Parser");
-    EXPECT_EQ(url_parsers[1].parser, &ftp_url_parser);
-    EXPECT_STREQ(url_parsers[1].name, "FTP & SFTP URL Parser");
-    EXPECT_EQ(url_parsers[2].parser, &afp_url_parser);
-    EXPECT_STREQ(url_parsers[2].name, "AFP URL Parser");
-    EXPECT_EQ(url_parsers[3].parser, &smb_url_parser);
-    EXPECT_STREQ(url_parsers[3].name, "SAMBA URL Parser");
-}
-
 // ---- traces ----
 
 struct TraceRow {
@@ -259,20 +192,8 @@ TEST(UrlTrace, ParsersTraceEachStep)
     for (const TraceRow &row : rows) {
         TraceCapture capture;
         Url url(rpf_url_new_from_string(row.text));
-        EXPECT_EQ(capture.lines(), row.lines) << row.name << ": " << row.text;
-        EXPECT_TRUE(capture.text().empty() || capture.text().back() == '\n') << row.name;
+        EXPECT_EQ(capture.text(), joined(row.lines)) << row.name << ": " << row.text;
     }
-}
-
-TEST(UrlTrace, GoesToStandardOutputByDefault)
-{
-    rpf_diagnostics_reset();
-    ::testing::internal::CaptureStdout();
-    Url url(rpf_url_new_from_string("http://h/"));
-    const std::string out = ::testing::internal::GetCapturedStdout();
-    EXPECT_EQ(out, "afp_url_parser : Processing url\n\t>http://h/<\nafp_url_parser : Prefix for url is wrong\n"
-                   "smb_url_parser : Processing url\n\t>http://h/<\nsmb_url_parser : Prefix for url is wrong\n");
-    rpf_diagnostics_set_stream(nullptr);
 }
 
 // ---- construction and accessors ----
@@ -315,7 +236,7 @@ TEST_F(UrlRecord, AnonymousAnswersWhateverTheFieldsHold)
     EXPECT_STREQ(url->user_name, "bob"); // the fields stay; the record is still freed whole
 }
 
-TEST_F(UrlRecord, LocalSettersAndPredicates)
+TEST_F(UrlRecord, LocalRecordAndSetters)
 {
     Url url(rpf_url_new_local("/tmp/a b"));
     ASSERT_NE(url, nullptr);
@@ -339,17 +260,6 @@ TEST_F(UrlRecord, LocalSettersAndPredicates)
     EXPECT_EQ(rpf_ravix_url_item_size(url.get()), 77);
     EXPECT_EQ(rpf_url_size(url.get()), 77);
 
-    const struct {
-        int32_t type;
-        int ftp, sftp, local, afp;
-    } rows[] = {{0, 1, 0, 0, 0}, {1, 0, 0, 0, 0}, {2, 0, 1, 0, 0}, {3, 0, 0, 1, 0}, {4, 0, 0, 0, 1}, {5, 0, 0, 0, 0}};
-    for (const auto &row : rows) {
-        url->type = row.type;
-        EXPECT_EQ(rpf_url_isFTP(url.get()), row.ftp) << "type " << row.type;
-        EXPECT_EQ(rpf_url_isSecureFTP(url.get()), row.sftp) << "type " << row.type;
-        EXPECT_EQ(rpf_url_isLocal(url.get()), row.local) << "type " << row.type;
-        EXPECT_EQ(rpf_url_isAFP(url.get()), row.afp) << "type " << row.type;
-    }
     EXPECT_EQ(Url(rpf_url_new_local(nullptr))->path, nullptr);
 }
 
