@@ -16,7 +16,7 @@ char *rpf_date_string_from_time_t(time_t t)
      * last day of the previous one shows in full. */
     int same_month = when.tm_year == today.tm_year && when.tm_mon == today.tm_mon;
     char buffer[BUFFER_SIZE];
-    size_t length;
+    size_t length = 0;
     if (same_month && when.tm_mday == today.tm_mday - 1) {
         length = strftime(buffer, sizeof buffer, "Yesterday, %T", &when);
     } else if (same_month && when.tm_mday == today.tm_mday) {

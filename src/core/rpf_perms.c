@@ -29,8 +29,8 @@ static void class_digits(int32_t octal, char classes[3])
         return;
     }
     classes[0] = text[0];
-    classes[1] = length > 1 ? text[1] : '\0';
-    classes[2] = length > 2 ? text[2] : '\0';
+    classes[1] = (char)(length > 1 ? text[1] : '\0');
+    classes[2] = (char)(length > 2 ? text[2] : '\0');
 }
 
 /* Bits 4/2/1 of a class character, or -1 for anything but '0'-'7'. */
@@ -200,8 +200,13 @@ static char file_type_letter(uint32_t mode)
  * special bit is on. */
 static char execute_letter(uint32_t mode, uint32_t execute_bit, uint32_t special_bit, char set, char unset)
 {
-    if (mode & special_bit) return (mode & execute_bit) ? set : unset;
-    return (mode & execute_bit) ? 'x' : '-';
+    int executable = (mode & execute_bit) != 0;
+    if (mode & special_bit) {
+        if (executable) return set;
+        return unset;
+    }
+    if (executable) return 'x';
+    return '-';
 }
 
 char *rpf_permissions_mode_to_listing_string(uint32_t mode)

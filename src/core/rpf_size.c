@@ -22,8 +22,8 @@ static char *limited_text(size_t size, size_t limit, const char *format, ...)
 
 char *rpf_utility_format_size(int32_t n)
 {
-    const char *unit;
-    int32_t number;
+    const char *unit = "";
+    int32_t number = n;
     if (n < 1024) {
         unit = "";
         number = n;
@@ -44,8 +44,9 @@ char *rpf_utility_format_size(int32_t n)
 char *format_size(uint32_t low, uint32_t high)
 {
     uint64_t size = ((uint64_t)high << 32) | low;
-    uint32_t whole, remainder;
-    const char *unit;
+    uint32_t whole = 0;
+    uint32_t remainder = 0;
+    const char *unit = "";
     if (high == 0 && low < 1024U) {
         whole = low;
         remainder = 0;

@@ -10,7 +10,7 @@ constexpr int kLabelWidth = 22;
 void writeUtf8(std::FILE *stream, const QString &text)
 {
     const QByteArray bytes = text.toUtf8();
-    std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stream);
+    (void)std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stream);
 }
 } // namespace
 

@@ -76,7 +76,8 @@ int permsCommand(const QStringList &arguments)
         if (text.at(3) == QLatin1Char('s')) word |= 0100U;
         if (text.at(6) == QLatin1Char('s')) word |= 010U;
         if (text.at(9) == QLatin1Char('t')) word |= 01U;
-        return printForms(rpf_get_perms_from_mode(static_cast<uint16_t>(word)), word);
+        // The octal value is the core's reading, in which s and t letters grant no execute right.
+        return printForms(octal, word);
     }
     return usageError(QStringLiteral("not a permission value, mode or listing text: %1").arg(input));
 }

@@ -1,0 +1,66 @@
+#!/usr/bin/env bash
+# Runs the rkcore tool as a user would and checks what it prints and how it exits.
+#   cli_test.sh PATH-TO-rkcore
+set -u
+rkcore=$1
+failures=0
+passes=0
+
+fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
+
+# expect_line "ARGS..." PATTERN: standard output has a line matching PATTERN (grep -E) and status 0.
+expect_line() {
+  local pattern=$1; shift
+  local out status
+  out=$("$rkcore" "$@" 2>/dev/null); status=$?
+  if [ $status -ne 0 ]; then fail "rkcore $* exited $status"; return; fi
+  if printf '%s\n' "$out" | grep -Eq -- "$pattern"; then passes=$((passes + 1)); else
+    fail "rkcore $*: no line matching /$pattern/ in:"; printf '%s\n' "$out" | sed 's/^/    /'
+  fi
+}
+
+# expect_usage_error ARGS...: exit status 2, one line on standard error starting "rkcore: ", nothing on standard output.
+expect_usage_error() {
+  local out err status
+  err=$("$rkcore" "$@" 2>&1 >/dev/null); status=$?
+  out=$("$rkcore" "$@" 2>/dev/null)
+  if [ $status -ne 2 ]; then fail "rkcore $* exited $status, not 2"; return; fi
+  if [ "$(printf '%s\n' "$err" | wc -l)" -ne 1 ] || [[ "$err" != "rkcore: "* ]]; then
+    fail "rkcore $*: standard error is not one 'rkcore: ' line: $err"; return
+  fi
+  if [ -n "$out" ]; then fail "rkcore $*: printed on standard output: $out"; return; fi
+  passes=$((passes + 1))
+}
+
+expect_line '^text: +rw-r--r--$' perms 644
+expect_line '^octal value: +644$' perms 644
+expect_line '^text: +r--rwxr-x$' perms 475
+expect_line '^text: +---r--r--$' perms 44
+expect_line '^text: +rwx$' perms 7
+expect_line '^listing text: +-rwsr-xr-x$' perms 0o4755
+expect_line '^setuid: +yes$' perms 4755
+expect_line '^octal value: +755$' perms -rwxr-xr-x
+expect_line '^octal value: +655$' perms -- -rwsr-xr-x
+expect_line '^mode: +4755$' perms -rwsr-xr-x
+expect_line '^size text \(32-bit\): +"1023"$' size 1023
+expect_line '^size text \(64-bit\): +"1.5KB"$' size 1536
+expect_line '^size text \(64-bit\): +"4GB"$' size 4294967296
+expect_line '^size text \(32-bit\): +\(above the 32-bit range\)$' size 4294967296
+expect_line '^local time: +1999-01-05 00:00:01' lsdate 'Jan  5  1999'
+expect_line ':30:01' lsdate 'Jan 15 10:30'
+expect_line '^Usage: rkcore COMMAND' --help
+
+expect_usage_error
+expect_usage_error frobnicate
+expect_usage_error perms
+expect_usage_error perms 89
+expect_usage_error perms 12345
+expect_usage_error perms rwx
+expect_usage_error perms 644 755
+expect_usage_error size -1
+expect_usage_error size 12k
+expect_usage_error lsdate 'Jan 15'
+expect_usage_error lsdate 'January 15 10:30'
+
+echo "$passes passed, $failures failed"
+[ $failures -eq 0 ]
