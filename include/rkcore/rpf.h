@@ -12,6 +12,7 @@
 #include <rkcore/rpf_array.h>
 #include <rkcore/rpf_date.h>
 #include <rkcore/rpf_diagnostics.h>
+#include <rkcore/rpf_fso.h>
 #include <rkcore/rpf_path.h>
 #include <rkcore/rpf_perms.h>
 #include <rkcore/rpf_size.h>

@@ -61,6 +61,20 @@ expect_usage_error size -1
 expect_usage_error size 12k
 expect_usage_error lsdate 'Jan 15'
 expect_usage_error lsdate 'January 15 10:30'
+expect_usage_error ls --what
+expect_usage_error ls /a /b
+
+# rkcore ls: the table on standard output, the core's diagnostics on standard error.
+expect_line '^-rw-r--r-- +1 root +root +[0-9]+ .* passwd$' ls --bytes /etc
+expect_line '^lrwxrwxrwx .* sh -> /usr/bin/dash$' ls /usr/bin
+expect_line '^Item is a File$' ls --raw /etc/hostname
+missing=/nonexistent-$$
+out=$("$rkcore" ls "$missing" 2>/dev/null); status=$?
+err=$("$rkcore" ls "$missing" 2>&1 >/dev/null)
+if [ $status -eq 1 ] && [ -z "$out" ] && printf '%s\n' "$err" | grep -qx "rkcore: cannot read $missing: No such file or directory" &&
+  printf '%s\n' "$err" | grep -q 'Error getting item statistics'; then passes=$((passes + 1)); else
+  fail "rkcore ls $missing: status $status, standard output '$out', standard error '$err'"
+fi
 
 echo "$passes passed, $failures failed"
 [ $failures -eq 0 ]

@@ -12,6 +12,7 @@ std::span<const Command> commands()
         Command{"lsdate", "'Jan 15 10:30'", "a listing date read back into a time", lsdateCommand},
         Command{"url", "[--trace] [--append NAME] TEXT", "a URL text read into a record, and its text forms",
                 urlCommand},
+        Command{"ls", "[--bytes] [--raw] [PATH]", "a folder's items as the framework reads them", lsCommand},
     };
     return table;
 }

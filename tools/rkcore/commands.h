@@ -24,5 +24,6 @@ int permsCommand(const QStringList &arguments);
 int sizeCommand(const QStringList &arguments);
 int lsdateCommand(const QStringList &arguments);
 int urlCommand(const QStringList &arguments);
+int lsCommand(const QStringList &arguments);
 
 } // namespace rkcli
