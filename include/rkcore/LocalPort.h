@@ -31,9 +31,10 @@ public:
         // when the port is gone or the handle is default-made. Any thread.
         void send(const QVariant &message = {}) const;
 
+        struct Channel; // opaque: the queue shared by the port and its senders
+
     private:
         friend class LocalPort;
-        struct Channel;
         explicit Sender(std::shared_ptr<Channel> channel);
         std::shared_ptr<Channel> m_channel;
     };

@@ -3,15 +3,15 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QMutex>
-#include <QMutexLocker>
+
+#include <mutex>
 
 namespace rk {
 
 namespace {
 
 struct Override {
-    QMutex mutex;
+    std::mutex mutex;
     QString directory; // empty: the compiled-in resources
 };
 
@@ -38,7 +38,7 @@ QString frameworkResourcePath(const QString &name)
     if (!isPlainRelativeName(name)) return {};
     QString base;
     {
-        const QMutexLocker lock(&resourceOverride().mutex);
+        const std::lock_guard lock(resourceOverride().mutex);
         base = resourceOverride().directory;
     }
     const QString path = base.isEmpty() ? QStringLiteral(":/rkcore/") + name : QDir(base).filePath(name);
@@ -56,7 +56,7 @@ std::optional<QByteArray> frameworkResourceData(const QString &name)
 
 void setFrameworkResourceDirectory(const QString &directory)
 {
-    const QMutexLocker lock(&resourceOverride().mutex);
+    const std::lock_guard lock(resourceOverride().mutex);
     resourceOverride().directory = directory;
 }
 

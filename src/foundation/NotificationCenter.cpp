@@ -1,10 +1,8 @@
 #include <rkcore/NotificationCenter.h>
 
-#include <QMutex>
-#include <QMutexLocker>
-
 #include <algorithm>
 #include <atomic>
+#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -30,7 +28,7 @@ struct Registration {
 } // namespace
 
 struct NotificationCenter::Private {
-    mutable QMutex mutex;
+    mutable std::mutex mutex;
     std::vector<std::shared_ptr<Registration>> registrations;
 
     // Removes the registrations `select` picks; the lock must be held.
@@ -65,19 +63,19 @@ void NotificationCenter::addObserver(const void *observer, const QString &name, 
     entry->name = name;
     entry->sender = sender;
     entry->callback = std::move(callback);
-    const QMutexLocker lock(&d->mutex);
+    const std::lock_guard lock(d->mutex);
     d->registrations.push_back(std::move(entry));
 }
 
 void NotificationCenter::removeObserver(const void *observer)
 {
-    const QMutexLocker lock(&d->mutex);
+    const std::lock_guard lock(d->mutex);
     d->removeWhere([observer](const Registration &entry) { return entry.observer == observer; });
 }
 
 void NotificationCenter::removeObserver(const void *observer, const QString &name, const void *sender)
 {
-    const QMutexLocker lock(&d->mutex);
+    const std::lock_guard lock(d->mutex);
     d->removeWhere([&](const Registration &entry) {
         return entry.observer == observer && (name.isNull() || entry.name == name) &&
                (sender == nullptr || entry.sender == sender);
@@ -88,7 +86,7 @@ void NotificationCenter::post(const QString &name, const void *sender, const QVa
 {
     std::vector<std::shared_ptr<Registration>> snapshot;
     {
-        const QMutexLocker lock(&d->mutex);
+        const std::lock_guard lock(d->mutex);
         for (const auto &entry : d->registrations) {
             if (entry->matches(name, sender)) snapshot.push_back(entry);
         }
@@ -104,7 +102,7 @@ void NotificationCenter::post(const QString &name, const void *sender, const QVa
 
 int NotificationCenter::observerCount() const
 {
-    const QMutexLocker lock(&d->mutex);
+    const std::lock_guard lock(d->mutex);
     return static_cast<int>(d->registrations.size());
 }
 

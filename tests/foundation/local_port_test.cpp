@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <functional>
+#include <future>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -139,21 +140,26 @@ TEST(LocalPort, OwnerMayDestroyThePortFromItsHandler)
 TEST(LocalPort, WorksInAThreadWithItsOwnEventLoop)
 {
     QThread thread;
-    QObject context; // runs the set-up and tear-down calls in the thread
-    context.moveToThread(&thread);
-    thread.start();
     std::atomic<QThread *> handledOn{nullptr};
     std::atomic<int> handled{0};
     std::atomic<LocalPort *> port{nullptr};
-    QMetaObject::invokeMethod(
-        &context,
+    // The port is made and destroyed in the thread itself; the promise is a
+    // synchronisation ThreadSanitizer sees.
+    std::promise<void> started;
+    QObject::connect(
+        &thread, &QThread::started, &thread,
         [&] {
             port = new LocalPort([&](const QVariant &) {
                 handledOn = QThread::currentThread();
                 ++handled;
             });
+            started.set_value();
         },
-        Qt::BlockingQueuedConnection);
+        Qt::DirectConnection);
+    QObject::connect(
+        &thread, &QThread::finished, &thread, [&] { delete port.exchange(nullptr); }, Qt::DirectConnection);
+    thread.start();
+    started.get_future().wait();
     port.load()->send();
     port.load()->send();
     QDeadlineTimer deadline(5000);
@@ -161,10 +167,9 @@ TEST(LocalPort, WorksInAThreadWithItsOwnEventLoop)
         QThread::msleep(1);
     EXPECT_EQ(handled.load(), 2);
     EXPECT_EQ(handledOn.load(), &thread);
-    QMetaObject::invokeMethod(
-        &context, [&] { delete port.exchange(nullptr); }, Qt::BlockingQueuedConnection);
     thread.quit();
     thread.wait();
+    EXPECT_EQ(port.load(), nullptr);
 }
 
 } // namespace
