@@ -49,7 +49,12 @@ typedef struct rpf_url {
 } rpf_url;
 
 /* A scheme parser: reads `url` into `record` and sets *status to 0 when it
- * accepted the text, 1 when it did not. */
+ * accepted the text, 1 when it did not (a null text or record is refused).
+ * `record` must be cleared or come from a constructor: texts it already holds
+ * are freed as they are replaced. A refusing parser may leave fields set. Every
+ * scan stops at the text's end: a port that ends the text ("ftp://h:2121") is
+ * read to the end and leaves no path; a login whose ':' has no '@' after it is
+ * refused. */
 typedef void (*rpf_url_parser)(const char *url, rpf_url *record, int *status);
 
 typedef struct rpf_url_parser_row {
@@ -88,7 +93,8 @@ RPF_EXPORT rpf_url *rpf_url_new_local(const char *path);
 RPF_EXPORT rpf_url *rpf_url_new(int32_t type, const char *user_name, const char *password, const char *host,
                                 int32_t port, const char *path);
 
-/* Frees the record and its texts. Null is ignored. */
+/* Frees the record and all its texts, anonymous or not (a record only ever
+ * holds its own copies, or null). Null is ignored. */
 RPF_EXPORT void rpf_url_dealloc(rpf_url *url);
 
 /* ---- accessors and setters (null record: 0 / null, setters do nothing) ---- */

@@ -10,6 +10,8 @@ std::span<const Command> commands()
         Command{"perms", "755|-rwxr-xr-x|0o4755", "permission value, listing text or mode in every form", permsCommand},
         Command{"size", "BYTES", "a byte count as the size texts show it", sizeCommand},
         Command{"lsdate", "'Jan 15 10:30'", "a listing date read back into a time", lsdateCommand},
+        Command{"url", "[--trace] [--append NAME] TEXT", "a URL text read into a record, and its text forms",
+                urlCommand},
         Command{"keychain", "set|find|delete [--generic] [--show] HOST USER [PORT]",
                 "a login password in the password store (read from standard input; find prints it with --show)",
                 keychainCommand},

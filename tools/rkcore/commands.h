@@ -23,6 +23,7 @@ std::span<const Command> commands();
 int permsCommand(const QStringList &arguments);
 int sizeCommand(const QStringList &arguments);
 int lsdateCommand(const QStringList &arguments);
+int urlCommand(const QStringList &arguments);
 int keychainCommand(const QStringList &arguments);
 
 } // namespace rkcli
