@@ -15,6 +15,7 @@ add_library(rkcore
   foundation/PropertyList.cpp
   model/RBKeychain.cpp
   model/RBPermission.cpp
+  model/RBURL.cpp
   platform/SecretService.cpp)
 add_library(RKCore::rkcore ALIAS rkcore)
 generate_export_header(rkcore BASE_NAME RKCORE EXPORT_FILE_NAME ${PROJECT_BINARY_DIR}/include/rkcore/rkcore_export.h)
