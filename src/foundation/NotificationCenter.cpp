@@ -11,9 +11,9 @@ namespace rk {
 namespace {
 
 struct Registration {
-    const void *observer;
+    const void *observer = nullptr;
     QString name; // null: any
-    const void *sender;
+    const void *sender = nullptr;
     NotificationCenter::Callback callback;
     // Set under the centre's lock when removed; read without it by a post
     // that took its snapshot earlier, so that a removed observer is skipped.

@@ -166,7 +166,7 @@ plist_t fromVariant(const QVariant &value, int depth)
             map.insert(it.key(), it.value());
         return fromMap(map, depth);
     }
-    case QMetaType::QVariantList: return fromList(value.toList(), depth);
+    case QMetaType::QVariantList:
     case QMetaType::QStringList: return fromList(value.toList(), depth);
     case QMetaType::QString: return plist_new_string(value.toString().toUtf8().constData());
     case QMetaType::Bool: return plist_new_bool(value.toBool() ? 1 : 0);

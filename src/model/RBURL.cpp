@@ -165,7 +165,7 @@ QString RBURL::username() const
 QString RBURL::password() const
 {
     if (const char *stored = rpf_url_passWord(_ourURL); stored != nullptr) return QString::fromUtf8(stored);
-    const QString found =
+    QString found =
         RBKeychain::sharedKeychain().findInternetPasswordForHost(hostname(), username(), static_cast<uint16_t>(port()));
     if (found.isNull()) return {};
     // Kept in the record: later calls (and the full text) use it without

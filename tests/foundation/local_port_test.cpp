@@ -72,6 +72,7 @@ TEST(LocalPort, KeepsEachSendersOrderAcrossSeveralThreads)
         ++total;
     });
     std::vector<std::thread> workers;
+    workers.reserve(kThreads);
     for (int t = 0; t < kThreads; ++t) {
         workers.emplace_back([sender = port.sender(), t] {
             for (int i = 0; i < kMessages; ++i)

@@ -133,6 +133,7 @@ TEST(NotificationCenter, ConcurrentPostsAndRegistrations)
     constexpr int kThreads = 4;
     constexpr int kRounds = 500;
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int t = 0; t < kThreads; ++t) {
         threads.emplace_back([&center, t] {
             int transient = 0;

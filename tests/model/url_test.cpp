@@ -56,7 +56,7 @@ TEST(RBURL, PartsOfParsedTexts)
     const struct {
         const char *text;
         const char *username, *password, *hostname;
-        int32_t port;
+        long port; // pointer-sized: no padding between the texts
         const char *path, *filename, *itemName;
         bool anonymous, ftp, sftp, local;
     } rows[] = {

@@ -357,7 +357,7 @@ TEST(KeychainWithoutService, AnswersNoDefaultKeychainQuickly)
     environment.remove(QStringLiteral("DISPLAY"));
     const struct {
         QStringList arguments;
-        const char *message;
+        const char *message = nullptr;
     } rows[] = {
         {{QStringLiteral("find"), QStringLiteral("h"), QStringLiteral("u")}, "RBKeychain : No Default Keychain"},
         {{QStringLiteral("set"), QStringLiteral("h"), QStringLiteral("u")}, "RBKeychain : No Default Keychain"},
