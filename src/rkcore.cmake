@@ -1,7 +1,7 @@
 # The object layer: Foundation-like pieces, model classes and Linux adapters.
 find_package(PkgConfig REQUIRED)
-# libplist: property lists (XML and binary) read and written exactly.
-pkg_check_modules(RKCORE_PLIST REQUIRED IMPORTED_TARGET libplist++-2.0)
+# libplist (its C API): property lists, XML and binary, read and written exactly.
+pkg_check_modules(RKCORE_PLIST REQUIRED IMPORTED_TARGET libplist-2.0)
 # libsecret: the Secret Service, the password store behind RBKeychain.
 pkg_check_modules(RKCORE_SECRET REQUIRED IMPORTED_TARGET libsecret-1)
 
