@@ -117,11 +117,6 @@ TEST(NotificationCenter, SelectiveRemoval)
     EXPECT_EQ(center.observerCount(), 0) << "an empty callback is not registered";
 }
 
-TEST(NotificationCenter, DefaultCenterIsOneInstance)
-{
-    EXPECT_EQ(&NotificationCenter::defaultCenter(), &NotificationCenter::defaultCenter());
-}
-
 // Posting, adding and removing from several threads at once: every post must
 // reach the permanent observer, and nothing may race (run under TSan too).
 TEST(NotificationCenter, ConcurrentPostsAndRegistrations)

@@ -2,38 +2,20 @@
 #include <rkcore/Alert.h>
 #include <rkcore/AssertionFailure.h>
 #include <rkcore/FrameworkResources.h>
-#include <rkcore/Logging.h>
 #include <rkcore/PropertyList.h>
 
 #include <gtest/gtest.h>
+
+#include "../log_capture.h"
 
 #include <QCoreApplication>
 #include <QFile>
 #include <QStringList>
 #include <QTemporaryDir>
 
+using rktest::LogCapture;
+
 namespace {
-
-// Collects the rkcore category's messages while alive.
-class LogCapture {
-public:
-    LogCapture() { previous = qInstallMessageHandler(&LogCapture::handler); }
-    ~LogCapture() { qInstallMessageHandler(previous); }
-    LogCapture(const LogCapture &) = delete;
-    LogCapture &operator=(const LogCapture &) = delete;
-    static QStringList &lines()
-    {
-        static QStringList collected;
-        return collected;
-    }
-
-private:
-    static void handler(QtMsgType, const QMessageLogContext &context, const QString &message)
-    {
-        if (QLatin1String(context.category) == QLatin1String("rkcore")) lines() << message;
-    }
-    QtMessageHandler previous = nullptr;
-};
 
 rk::Alert makeAlert(const char *title, const char *message)
 {
@@ -51,7 +33,6 @@ int assertOnNull(const char *argument)
 
 TEST(Assertions, ParameterAssertionNamesTheCondition)
 {
-    LogCapture::lines().clear();
     const LogCapture capture;
     EXPECT_EQ(assertOnNull("x"), 1);
     try {
@@ -66,28 +47,6 @@ TEST(Assertions, ParameterAssertionNamesTheCondition)
     }
     ASSERT_EQ(LogCapture::lines().size(), 1);
     EXPECT_TRUE(LogCapture::lines().first().startsWith(QStringLiteral("*** Assertion failure in assertOnNull")));
-}
-
-TEST(Assertions, FixedFileAndLine)
-{
-    int object = 0;
-    try {
-        rk::assertionFailed(QStringLiteral("-[Thing doIt]"), &object, QStringLiteral("Thing.m"), 97,
-                            QStringLiteral("Broken"));
-    } catch (const rk::AssertionFailure &failure) {
-        EXPECT_EQ(failure.file(), QStringLiteral("Thing.m"));
-        EXPECT_EQ(failure.line(), 97);
-        EXPECT_EQ(failure.object(), &object);
-        return;
-    }
-    FAIL() << "no assertion failure";
-}
-
-TEST(Logging, CategoryIsNamedRkcoreAndOnForInfo)
-{
-    EXPECT_STREQ(rk::rkcoreLog().categoryName(), "rkcore");
-    EXPECT_TRUE(rk::rkcoreLog().isInfoEnabled());
-    EXPECT_TRUE(rk::rkcoreLog().isWarningEnabled());
 }
 
 TEST(Alerts, HandlersReplaceAndRestoreTheDefaults)
@@ -108,7 +67,6 @@ TEST(Alerts, HandlersReplaceAndRestoreTheDefaults)
     rk::setBeepHandler(oldBeep);
     rk::setTerminateHandler(oldTerminate);
     // The default alert, without a GUI, is a log line answering the default button.
-    LogCapture::lines().clear();
     const LogCapture capture;
     EXPECT_EQ(rk::runAlert(makeAlert("Sorry", "No room")), 0);
     EXPECT_EQ(LogCapture::lines(), QStringList({"Alert: Sorry: No room"}));

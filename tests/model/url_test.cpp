@@ -5,37 +5,16 @@
 
 #include <gtest/gtest.h>
 
+#include "../log_capture.h"
+
 #include <QCoreApplication>
 #include <QStringList>
 
 using rk::RBURL;
 
+using rktest::LogCapture;
+
 namespace {
-
-// Collects the rkcore category's messages while alive.
-class LogCapture {
-public:
-    LogCapture()
-    {
-        lines().clear();
-        previous = qInstallMessageHandler(&LogCapture::handler);
-    }
-    ~LogCapture() { qInstallMessageHandler(previous); }
-    LogCapture(const LogCapture &) = delete;
-    LogCapture &operator=(const LogCapture &) = delete;
-    static QStringList &lines()
-    {
-        static QStringList collected;
-        return collected;
-    }
-
-private:
-    static void handler(QtMsgType, const QMessageLogContext &context, const QString &message)
-    {
-        if (QLatin1String(context.category) == QLatin1String("rkcore")) lines() << message;
-    }
-    QtMessageHandler previous = nullptr;
-};
 
 // The core's parser traces stay out of the test output.
 class QuietDiagnostics : public testing::Environment {
@@ -327,19 +306,6 @@ TEST_F(RBURLKeychain, DumpShowsThePasswordOnItsOwnLineOnly)
         EXPECT_EQ(line.contains(QStringLiteral("dump-pw")), line.startsWith(QStringLiteral("\t\tPassword : ")))
             << line.toStdString();
     }
-}
-
-TEST(RBURL, DumpOfALocalURLShowsMissingPartsAsNull)
-{
-    const auto url = RBURL::newLocalURLForPath(QStringLiteral("/tmp"));
-    const LogCapture capture;
-    url->dump();
-    // The password line asks the keychain, which may say why it found nothing.
-    capture.lines().removeIf([](const QString &line) { return line.startsWith(QStringLiteral("RBKeychain : ")); });
-    ASSERT_EQ(capture.lines().size(), 12);
-    EXPECT_EQ(capture.lines().at(2), QStringLiteral("\t\tUsername : No Username"));
-    EXPECT_EQ(capture.lines().at(6), QStringLiteral("\t\tHostname : (null)"));
-    EXPECT_EQ(capture.lines().at(10), QStringLiteral("\t\tURL : file:///tmp"));
 }
 
 } // namespace

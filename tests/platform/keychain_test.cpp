@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "../log_capture.h"
+
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QProcess>
@@ -13,32 +15,9 @@
 
 using rk::RBKeychain;
 
+using rktest::LogCapture;
+
 namespace {
-
-// Collects the rkcore category's messages while alive.
-class LogCapture {
-public:
-    LogCapture()
-    {
-        lines().clear();
-        previous = qInstallMessageHandler(&LogCapture::handler);
-    }
-    ~LogCapture() { qInstallMessageHandler(previous); }
-    LogCapture(const LogCapture &) = delete;
-    LogCapture &operator=(const LogCapture &) = delete;
-    static QStringList &lines()
-    {
-        static QStringList collected;
-        return collected;
-    }
-
-private:
-    static void handler(QtMsgType, const QMessageLogContext &context, const QString &message)
-    {
-        if (QLatin1String(context.category) == QLatin1String("rkcore")) lines() << message;
-    }
-    QtMessageHandler previous = nullptr;
-};
 
 struct ProcessResult {
     int exitCode = -1;
