@@ -101,7 +101,7 @@ TEST_F(Keychain, StoringTwiceLeavesOneItemWithTheSecondPassword)
     EXPECT_TRUE(capture.lines().isEmpty()) << capture.lines().join('\n').toStdString();
 }
 
-TEST_F(Keychain, ItemsAreTellApartByUserAndPort)
+TEST_F(Keychain, ItemsAreToldApartByUserAndPort)
 {
     const struct {
         const char *user;

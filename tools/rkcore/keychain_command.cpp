@@ -12,6 +12,7 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
 #include <optional>
 #include <string>
@@ -51,19 +52,33 @@ std::optional<std::string> readLine()
     return line;
 }
 
+// The terminal settings to put back if the prompt is interrupted.
+termios savedTerminal{};
+
+extern "C" void restoreTerminalAndDie(int signal)
+{
+    (void)tcsetattr(STDIN_FILENO, TCSANOW, &savedTerminal);
+    (void)std::signal(signal, SIG_DFL);
+    (void)std::raise(signal);
+}
+
 // The password from a no-echo prompt on a terminal, else from standard input.
 std::optional<QString> readPassword()
 {
     std::optional<std::string> line;
-    termios saved{};
-    if (isatty(STDIN_FILENO) != 0 && tcgetattr(STDIN_FILENO, &saved) == 0) {
-        termios quiet = saved;
+    if (isatty(STDIN_FILENO) != 0 && tcgetattr(STDIN_FILENO, &savedTerminal) == 0) {
+        termios quiet = savedTerminal;
         quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
         (void)std::fputs("Password: ", stderr);
         (void)std::fflush(stderr);
+        // Ctrl-C at the prompt must not leave the terminal without echo.
+        const auto previousInterrupt = std::signal(SIGINT, restoreTerminalAndDie);
+        const auto previousTerminate = std::signal(SIGTERM, restoreTerminalAndDie);
         (void)tcsetattr(STDIN_FILENO, TCSAFLUSH, &quiet);
         line = readLine();
-        (void)tcsetattr(STDIN_FILENO, TCSAFLUSH, &saved);
+        (void)tcsetattr(STDIN_FILENO, TCSAFLUSH, &savedTerminal);
+        (void)std::signal(SIGINT, previousInterrupt);
+        (void)std::signal(SIGTERM, previousTerminate);
         (void)std::fputs("\n", stderr);
     } else {
         line = readLine();
