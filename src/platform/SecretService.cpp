@@ -89,8 +89,10 @@ AttributesPtr attributesFor(const SecretItemKey &key)
     return table;
 }
 
-// A failure to reach the service, or the service vanishing, reads as "no
-// default keychain": the caller cannot store anything anywhere.
+// A failure to reach the service, the service vanishing, or a default
+// collection that does not exist (gnome-keyring answers UnknownMethod for an
+// object path it does not have) reads as "no default keychain": the caller
+// cannot store anything anywhere.
 int32_t statusFor(const GError *error)
 {
     if (error == nullptr) return kKeychainNoErr;
@@ -98,6 +100,7 @@ int32_t statusFor(const GError *error)
     if (error->domain == G_DBUS_ERROR) {
         switch (error->code) {
         case G_DBUS_ERROR_UNKNOWN_OBJECT:
+        case G_DBUS_ERROR_UNKNOWN_METHOD:
         case G_DBUS_ERROR_SERVICE_UNKNOWN:
         case G_DBUS_ERROR_NAME_HAS_NO_OWNER:
         case G_DBUS_ERROR_NO_SERVER:

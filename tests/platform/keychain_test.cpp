@@ -7,11 +7,14 @@
 #include "../log_capture.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QRegularExpression>
 #include <QStringList>
+#include <QTemporaryDir>
 
 using rk::RBKeychain;
 
@@ -354,6 +357,83 @@ TEST(KeychainWithoutService, AnswersNoDefaultKeychainQuickly)
         EXPECT_EQ(result.exitCode, 1) << row.arguments.join(' ').toStdString();
         EXPECT_TRUE(result.err.contains(QString::fromUtf8(row.message))) << result.err.toStdString();
     }
+}
+
+// A Secret Service without any collection (a keyring daemon that was never
+// unlocked): storing and finding answer "no default keychain" as well.
+TEST(KeychainWithoutDefaultCollection, AnswersNoDefaultKeychain)
+{
+    QTemporaryDir directory;
+    ASSERT_TRUE(directory.isValid());
+    for (const char *sub : {"home", "data", "runtime"})
+        ASSERT_TRUE(QDir(directory.path()).mkpath(QLatin1String(sub)));
+    QFile::setPermissions(directory.filePath(QStringLiteral("runtime")),
+                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    QFile config(directory.filePath(QStringLiteral("bus.conf")));
+    ASSERT_TRUE(config.open(QIODevice::WriteOnly));
+    config.write(R"(<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen><auth>EXTERNAL</auth>
+<policy context="default"><allow send_destination="*" eavesdrop="true"/><allow eavesdrop="true"/><allow own="*"/>
+</policy></busconfig>)");
+    config.close();
+
+    QProcess bus;
+    bus.start(QStringLiteral("dbus-daemon"),
+              {QStringLiteral("--config-file=") + config.fileName(), QStringLiteral("--nofork"),
+               QStringLiteral("--nosyslog"), QStringLiteral("--print-address=1")});
+    ASSERT_TRUE(bus.waitForReadyRead(10000));
+    const QString address = QString::fromUtf8(bus.readLine()).trimmed();
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), address);
+    environment.insert(QStringLiteral("HOME"), directory.filePath(QStringLiteral("home")));
+    environment.insert(QStringLiteral("XDG_DATA_HOME"), directory.filePath(QStringLiteral("data")));
+    environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), directory.filePath(QStringLiteral("runtime")));
+    environment.remove(QStringLiteral("DISPLAY"));
+    QProcess keyring;
+    keyring.setProcessEnvironment(environment);
+    keyring.setStandardInputFile(QProcess::nullDevice());
+    keyring.setStandardOutputFile(QProcess::nullDevice());
+    keyring.start(QStringLiteral("gnome-keyring-daemon"),
+                  {QStringLiteral("--foreground"), QStringLiteral("--components=secrets")});
+    ASSERT_TRUE(keyring.waitForStarted(10000));
+    QElapsedTimer timer;
+    timer.start();
+    bool up = false;
+    while (!up && timer.elapsed() < 10000) {
+        up =
+            run(QStringLiteral("dbus-send"),
+                {QStringLiteral("--session"), QStringLiteral("--print-reply"),
+                 QStringLiteral("--dest=org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
+                 QStringLiteral("org.freedesktop.DBus.NameHasOwner"), QStringLiteral("string:org.freedesktop.secrets")},
+                {}, environment)
+                .out.contains(QStringLiteral("boolean true"));
+    }
+    EXPECT_TRUE(up) << "the keyring daemon did not come up: " << keyring.readAllStandardError().toStdString()
+                    << " state " << keyring.state() << " address " << address.toStdString();
+    const struct {
+        QStringList arguments;
+        const char *message = nullptr;
+    } rows[] = {
+        {{QStringLiteral("set"), QStringLiteral("h"), QStringLiteral("u")}, "RBKeychain : No Default Keychain"},
+        {{QStringLiteral("find"), QStringLiteral("h"), QStringLiteral("u")}, "RBKeychain : No Default Keychain"},
+        {{QStringLiteral("set"), QStringLiteral("--generic"), QStringLiteral("h"), QStringLiteral("u")},
+         "RBKeychain : No Default Keychain"},
+        {{QStringLiteral("find"), QStringLiteral("--generic"), QStringLiteral("h"), QStringLiteral("u")},
+         "Keychain Error : -25307"},
+    };
+    for (const auto &row : rows) {
+        if (!up) break;
+        const ProcessResult result =
+            run(toolPath(), QStringList{QStringLiteral("keychain")} + row.arguments, "pw\n", environment);
+        EXPECT_EQ(result.exitCode, 1) << row.arguments.join(' ').toStdString();
+        EXPECT_TRUE(result.err.contains(QString::fromUtf8(row.message)))
+            << row.arguments.join(' ').toStdString() << ": " << result.err.toStdString();
+    }
+    keyring.terminate();
+    keyring.waitForFinished(10000);
+    bus.terminate();
+    bus.waitForFinished(10000);
 }
 
 } // namespace
