@@ -13,6 +13,9 @@ std::span<const Command> commands()
         Command{"url", "[--trace] [--append NAME] TEXT", "a URL text read into a record, and its text forms",
                 urlCommand},
         Command{"ls", "[--bytes] [--raw] [PATH]", "a folder's items as the framework reads them", lsCommand},
+        Command{"keychain", "set|find|delete [--generic] [--show] HOST USER [PORT]",
+                "a login password in the password store (read from standard input; find prints it with --show)",
+                keychainCommand},
     };
     return table;
 }

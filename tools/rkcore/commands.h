@@ -25,5 +25,6 @@ int sizeCommand(const QStringList &arguments);
 int lsdateCommand(const QStringList &arguments);
 int urlCommand(const QStringList &arguments);
 int lsCommand(const QStringList &arguments);
+int keychainCommand(const QStringList &arguments);
 
 } // namespace rkcli

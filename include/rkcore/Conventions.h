@@ -1,0 +1,46 @@
+// Conventions of RKCore's C++ object layer (namespace rk), stated once here and
+// followed by every class. Including this header brings in nothing but the
+// export macro.
+//
+// Objects and ownership
+//   Reference-counted objects are held in std::shared_ptr. Every class is made
+//   through static factories named for what they do (RBURL::initWithString,
+//   RBPermission::initWithNumber); constructors are private. A factory that
+//   cannot make its object answers nullptr. copy() answers a new, independent
+//   object. A reference that does not keep its target alive (a delegate, a
+//   target, an observer) is a std::weak_ptr or a raw pointer whose lifetime
+//   rule the header states.
+//
+// Shared instances
+//   sharedFoo() answers a reference to the one instance, made on first use
+//   (thread-safe) and alive until the process ends.
+//
+// Nil, empty and sentinels
+//   A missing text is a null QString (QString::isNull()), distinct from the
+//   empty text "". A missing object is nullptr. Where a function answers a
+//   special value instead of a result (-1 for "none"), the header names it, or
+//   the function answers std::optional / a small struct instead.
+//
+// Records of the C core
+//   A class that wraps an rpf_* record owns it unless its header says
+//   otherwise, and frees it when the object goes away. Accessors that answer a
+//   record answer the object's own (do not free it).
+//
+// Failure
+//   Run-time failures answer nullptr, a null QString, false or 0, and write one
+//   line to the "rkcore" logging category (rkcore/Logging.h). Programming
+//   errors (a required argument missing) throw rk::AssertionFailure
+//   (rkcore/AssertionFailure.h). Nothing else throws, and no exception crosses
+//   into the C core.
+//
+// Threads
+//   Objects are not synchronised unless their header says so: use each from
+//   one thread at a time. Services that own threads report back on the
+//   creating thread's Qt event loop through rk::LocalPort.
+//
+// Secrets
+//   No password is ever written to a log, a diagnostic or an encapsulated URL
+//   text, except where a header says so explicitly (RBURL::dump).
+#pragma once
+
+#include <rkcore/rkcore_export.h>

@@ -1,0 +1,84 @@
+// RBKeychain: login passwords for remote locations, kept in the user's password
+// store (the Secret Service: gnome-keyring, KWallet) so that URL texts can
+// leave them out.
+//
+// Items, as written and looked up (other clients' items with the same
+// attributes are found too):
+//   internet passwords: schema "org.ravix.InternetPassword", attributes
+//     server = host, account = user, port, protocol = "ftp " for every scheme
+//     (FTP, SFTP, AFP and SMB logins alike), authtype = 0;
+//   generic passwords: schema "org.ravix.GenericPassword", attributes
+//     service = host, account = user.
+// A password is stored as its ISO Latin-1 bytes; one with a character outside
+// Latin-1 has no such form and is refused. Passwords read back are limited to
+// 256 bytes and decoded as Latin-1 up to the first NUL. Storing again for the
+// same attributes replaces the item.
+//
+// Messages (rkcore logging category), never containing a password:
+//   "RBKeychain : Buffer be to small", "RBKeychain : No Item Found",
+//   "RBKeychain : No Default Keychain" (no Secret Service reachable, or no
+//   default collection), "Password C String All Fucked Up",
+//   "Password C String was NULL", "Keychain Error : <code>".
+//
+// Thread: no locking; calls go straight to the Secret Service on the caller's
+// thread and block until it answers.
+#pragma once
+
+#include <QString>
+
+#include <cstdint>
+
+#include <rkcore/Conventions.h>
+
+namespace rk {
+
+class RKCORE_EXPORT RBKeychain final {
+public:
+    // Result codes the store tells apart (Keychain Manager values).
+    static constexpr int32_t kDuplicateItem = -25299;
+    static constexpr int32_t kItemNotFound = -25300;
+    static constexpr int32_t kBufferTooSmall = -25301;
+    static constexpr int32_t kNoDefaultKeychain = -25307;
+    // Longest password read back, in bytes.
+    static constexpr int kPasswordBufferSize = 256;
+
+    // The shared instance, made on first use, never released.
+    static RBKeychain &sharedKeychain();
+
+    // Stores an internet password, replacing an existing one. false (with the
+    // message) when the password has no Latin-1 form, or for item not found,
+    // buffer too small or no default keychain. Any other failure of the store
+    // answers true: unknown failures count as stored, deliberately.
+    bool setInternetPassword(const QString &password, const QString &host, const QString &userName, uint16_t port);
+
+    // The internet password, or a null QString (with the message) for item not
+    // found, buffer too small or no default keychain. Any other failure
+    // answers the empty string "", deliberately.
+    QString findInternetPasswordForHost(const QString &host, const QString &userName, uint16_t port);
+
+    // Deletes the internet item for host, user and port. `password` plays no
+    // part in the search, but one without a Latin-1 form logs "Password C String
+    // All Fucked Up" and deletes nothing. Answers nothing.
+    void deleteInternetPassword(const QString &password, const QString &host, const QString &userName, uint16_t port);
+
+    // As setInternetPassword, for a generic item (service = host, account =
+    // user); a password without a Latin-1 form logs "Password C String was NULL".
+    bool setGenericPassword(const QString &password, const QString &host, const QString &userName);
+
+    // The generic password, or a null QString after logging
+    // "Keychain Error : <code>" for any failure (not found included).
+    QString findGenericPasswordForHost(const QString &host, const QString &userName);
+
+    // Deletes the generic item for host and user; answers whether one was
+    // deleted. (The counterpart of deleteInternetPassword for generic items.)
+    bool deleteGenericPasswordForHost(const QString &host, const QString &userName);
+
+    RBKeychain(const RBKeychain &) = delete;
+    RBKeychain &operator=(const RBKeychain &) = delete;
+
+private:
+    RBKeychain() = default;
+    ~RBKeychain() = default;
+};
+
+} // namespace rk
