@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "../keychain_test_support.h"
 #include "../log_capture.h"
 
 #include <QCoreApplication>
@@ -70,11 +71,8 @@ class Keychain : public testing::Test {
 protected:
     void SetUp() override
     {
-        if (qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS")) {
-            GTEST_SKIP() << "needs a session bus with a Secret Service (scripts/test starts one)";
-        }
-        const QString test = QString::fromUtf8(testing::UnitTest::GetInstance()->current_test_info()->name());
-        host = QStringLiteral("%1-%2.rkcore-test.invalid").arg(test.toLower()).arg(QCoreApplication::applicationPid());
+        if (!rktest::hasSessionBus()) GTEST_SKIP() << rktest::kNeedsSessionBus;
+        host = rktest::uniqueTestHost();
     }
     void TearDown() override
     {
