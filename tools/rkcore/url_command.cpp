@@ -92,25 +92,44 @@ void printRecord(const rpf_url *url)
     printField(QStringLiteral("encapsulated"), orNone(encapsulated.get()));
 }
 
+// Writes a parser trace to standard error with the password (the context, a
+// QByteArray) replaced by stars: traces show the URL and the password in full.
+void traceToStandardError(const char *trace, void *context)
+{
+    QByteArray text(trace);
+    const auto *password = static_cast<const QByteArray *>(context);
+    if (!password->isEmpty()) text.replace(*password, QByteArrayLiteral("********"));
+    (void)std::fwrite(text.constData(), 1, static_cast<size_t>(text.size()), stderr);
+}
+
 } // namespace
 
 int urlCommand(const QStringList &arguments)
 {
     UrlOptions options;
     if (!readOptions(arguments, options)) return kExitUsage;
-    // The parsers trace on the core's diagnostic stream; keep standard output
-    // for the answer.
-    rpf_diagnostics_set_stream(options.trace ? stderr : nullptr);
     const QByteArray text = options.text.toUtf8();
-    const Url url(options.append ? rpf_url_by_appending_item(text.constData(), options.item.toUtf8().constData())
-                                 : rpf_url_new_from_string(text.constData()));
-    if (!url) {
-        rpf_diagnostics_reset();
-        return usageError(QStringLiteral("not a supported URL: %1").arg(options.text));
+    const QByteArray item = options.item.toUtf8();
+    const auto parse = [&] {
+        return Url(options.append ? rpf_url_by_appending_item(text.constData(), item.constData())
+                                  : rpf_url_new_from_string(text.constData()));
+    };
+    // The parsers trace on the core's diagnostic stream; standard output is
+    // kept for the answer. A first, silent reading tells the password, so
+    // that the traced one can hide it.
+    rpf_diagnostics_set_stream(nullptr);
+    Url url = parse();
+    QByteArray password;
+    if (options.trace) {
+        if (url && url->password != nullptr) password = url->password;
+        rpf_diagnostics_set_callback(traceToStandardError, &password);
+        url = parse();
     }
-    printRecord(url.get());
+    // The text forms' own messages ("Unsupported URL Type") follow the traces.
+    const int status =
+        url ? (printRecord(url.get()), 0) : usageError(QStringLiteral("not a supported URL: %1").arg(options.text));
     rpf_diagnostics_reset();
-    return 0;
+    return status;
 }
 
 } // namespace rkcli
