@@ -4,6 +4,9 @@
 
 #include <sys/stat.h>
 
+#include <cstdlib>
+#include <tuple>
+
 #include "core_test_support.h"
 
 using rktest::take;
@@ -46,19 +49,16 @@ TEST(PermissionText, OctalToNineCharacterText)
 
 TEST(PermissionRecord, OctalToRecordReadsAtMostThreeCharacters)
 {
-    rktest::Text holder;
-    auto perms = [&holder](int32_t octal) {
-        holder.reset(reinterpret_cast<char *>(rpf_permissions_octal_to_perms(octal)));
-        return reinterpret_cast<rpf_perms *>(holder.get());
-    };
-    // -1 prints "-1": two characters are group and world; '-' clears the group.
-    EXPECT_EQ(rpf_permissions_perms_to_octal(perms(-1)), 1);
-    // 80: '8' is no digit, so both classes stay empty.
-    EXPECT_EQ(rpf_permissions_perms_to_octal(perms(80)), 0);
-    // One character is the owner digit, though perms_to_octal gives 7 for ------rwx.
-    EXPECT_EQ(rpf_permissions_perms_to_octal(perms(7)), 700);
-    EXPECT_EQ(rpf_permissions_perms_to_octal(perms(4755)), 475);
-    EXPECT_EQ(rpf_permissions_perms_to_octal(perms(750)), 750);
+    // "-1": two characters are group and world, and '-' clears the group; '8' is no digit; one character is
+    // the owner digit, though perms_to_octal gives 7 for ------rwx; only "475" of 4755 counts.
+    const struct {
+        int32_t octal, back;
+    } rows[] = {{-1, 1}, {80, 0}, {7, 700}, {4755, 475}, {750, 750}};
+    for (const auto &row : rows) {
+        rpf_perms *perms = rpf_permissions_octal_to_perms(row.octal);
+        EXPECT_EQ(rpf_permissions_perms_to_octal(perms), row.back) << "octal: " << row.octal;
+        std::free(perms);
+    }
 }
 
 TEST(PermissionRecord, ToggleAndCheckEveryIndex)
@@ -102,11 +102,9 @@ TEST(PermissionMode, SpecialBitsOnlyThroughModetToPerms)
 {
     int sticky = -1, setgid = -1, setuid = -1;
     EXPECT_EQ(modetToPerms(07755, &sticky, &setgid, &setuid), 755);
-    EXPECT_EQ(sticky + setgid + setuid, 3);
+    EXPECT_EQ(std::make_tuple(sticky, setgid, setuid), std::make_tuple(1, 1, 1));
     EXPECT_EQ(modetToPerms(04644, &sticky, &setgid, &setuid), 644);
-    EXPECT_EQ(sticky, 0);
-    EXPECT_EQ(setgid, 0);
-    EXPECT_EQ(setuid, 1);
+    EXPECT_EQ(std::make_tuple(sticky, setgid, setuid), std::make_tuple(0, 0, 1));
     EXPECT_EQ(modetToPerms(01000, &sticky, nullptr, nullptr), 0);
     EXPECT_EQ(sticky, 1);
 }
