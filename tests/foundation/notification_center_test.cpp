@@ -18,27 +18,24 @@ int senderB = 0;
 
 TEST(NotificationCenter, DeliversByNameAndSender)
 {
-    struct Row {
+    const struct {
         const char *label;
         QString name;       // registered name (null: any)
         const void *sender; // registered sender (null: any)
         int expectedCalls;  // of the four posts below
-    };
-    const Row rows[] = {
-        {"any name, any sender", QString(), nullptr, 4},
-        {"name only", QStringLiteral("Changed"), nullptr, 2},
-        {"sender only", QString(), &senderA, 2},
-        {"name and sender", QStringLiteral("Changed"), &senderA, 1},
-        {"other name", QStringLiteral("Nobody"), nullptr, 0},
-    };
-    for (const Row &row : rows) {
+    } rows[] = {{"any name, any sender", QString(), nullptr, 4},
+                {"name only", "Changed", nullptr, 2},
+                {"sender only", QString(), &senderA, 2},
+                {"name and sender", "Changed", &senderA, 1},
+                {"other name", "Nobody", nullptr, 0}};
+    for (const auto &row : rows) {
         NotificationCenter center;
         int calls = 0;
         center.addObserver(&calls, row.name, row.sender, [&calls](const Notification &) { ++calls; });
-        center.post(QStringLiteral("Changed"), &senderA);
-        center.post(QStringLiteral("Changed"), &senderB);
-        center.post(QStringLiteral("Other"), &senderA);
-        center.post(QStringLiteral("Other"), nullptr);
+        center.post("Changed", &senderA);
+        center.post("Changed", &senderB);
+        center.post("Other", &senderA);
+        center.post("Other", nullptr);
         EXPECT_EQ(calls, row.expectedCalls) << row.label;
     }
 }
@@ -48,57 +45,37 @@ TEST(NotificationCenter, PassesTheNotificationAndKeepsRegistrationOrder)
     NotificationCenter center;
     QStringList seen;
     for (const char *tag : {"first", "second", "third"}) {
-        center.addObserver(tag, QStringLiteral("N"), nullptr, [&seen, tag](const Notification &note) {
-            seen << QStringLiteral("%1:%2:%3").arg(QLatin1String(tag), note.name, note.userInfo.value("k").toString());
+        center.addObserver(tag, "N", nullptr, [&seen, tag](const Notification &note) {
+            seen << QStringLiteral("%1:%2:%3").arg(tag, note.name, note.userInfo.value("k").toString());
             EXPECT_EQ(note.sender, &senderA);
         });
     }
-    center.post(QStringLiteral("N"), &senderA, {{QStringLiteral("k"), QStringLiteral("v")}});
+    center.post("N", &senderA, {{"k", "v"}});
     EXPECT_EQ(seen, QStringList({"first:N:v", "second:N:v", "third:N:v"}));
 }
 
-TEST(NotificationCenter, ObserverRemovingItselfDuringPost)
+// A removal during a post takes effect at once, even for the running callback; an addition waits for the next post.
+TEST(NotificationCenter, ChangesDuringAPost)
 {
     NotificationCenter center;
-    int selfCalls = 0;
-    int laterCalls = 0;
-    int selfTag = 0;
-    center.addObserver(&selfTag, QStringLiteral("N"), nullptr, [&](const Notification &) {
-        ++selfCalls;
-        center.removeObserver(&selfTag); // destroys the registration holding this very callback
+    int self = 0, killer = 0, victim = 0, adder = 0, added = 0;
+    center.addObserver(&self, "N", nullptr, [&](const Notification &) {
+        ++self;
+        center.removeObserver(&self); // destroys the registration holding this very callback
     });
-    center.addObserver(&laterCalls, QStringLiteral("N"), nullptr, [&](const Notification &) { ++laterCalls; });
-    center.post(QStringLiteral("N"));
-    center.post(QStringLiteral("N"));
-    EXPECT_EQ(selfCalls, 1);
-    EXPECT_EQ(laterCalls, 2);
-    EXPECT_EQ(center.observerCount(), 1);
-}
-
-TEST(NotificationCenter, ObserverRemovedByAnEarlierOneIsSkippedInThatPost)
-{
-    NotificationCenter center;
-    int victimCalls = 0;
-    int killer = 0;
-    center.addObserver(&killer, QStringLiteral("N"), nullptr,
-                       [&](const Notification &) { center.removeObserver(&victimCalls); });
-    center.addObserver(&victimCalls, QStringLiteral("N"), nullptr, [&](const Notification &) { ++victimCalls; });
-    center.post(QStringLiteral("N"));
-    EXPECT_EQ(victimCalls, 0);
-}
-
-TEST(NotificationCenter, ObserverAddedDuringPostWaitsForTheNextPost)
-{
-    NotificationCenter center;
-    int addedCalls = 0;
-    int adder = 0;
-    center.addObserver(&adder, QStringLiteral("N"), nullptr, [&](const Notification &) {
-        center.addObserver(&addedCalls, QStringLiteral("N"), nullptr, [&](const Notification &) { ++addedCalls; });
+    center.addObserver(&killer, "N", nullptr, [&](const Notification &) { center.removeObserver(&victim); });
+    center.addObserver(&victim, "N", nullptr, [&](const Notification &) { ++victim; });
+    center.addObserver(&adder, "N", nullptr, [&](const Notification &) {
+        center.addObserver(&added, "N", nullptr, [&](const Notification &) { ++added; });
+        center.removeObserver(&adder);
     });
-    center.post(QStringLiteral("N"));
-    EXPECT_EQ(addedCalls, 0);
-    center.post(QStringLiteral("N"));
-    EXPECT_EQ(addedCalls, 1);
+    center.post("N");
+    EXPECT_EQ(added, 0);
+    center.post("N");
+    EXPECT_EQ(self, 1);
+    EXPECT_EQ(victim, 0);
+    EXPECT_EQ(added, 1);
+    EXPECT_EQ(center.observerCount(), 2);
 }
 
 TEST(NotificationCenter, SelectiveRemoval)
@@ -106,10 +83,10 @@ TEST(NotificationCenter, SelectiveRemoval)
     NotificationCenter center;
     int calls = 0;
     auto count = [&calls](const Notification &) { ++calls; };
-    center.addObserver(&calls, QStringLiteral("A"), &senderA, count);
-    center.addObserver(&calls, QStringLiteral("A"), &senderB, count);
-    center.addObserver(&calls, QStringLiteral("B"), &senderA, count);
-    center.removeObserver(&calls, QStringLiteral("A"), &senderB);
+    center.addObserver(&calls, "A", &senderA, count);
+    center.addObserver(&calls, "A", &senderB, count);
+    center.addObserver(&calls, "B", &senderA, count);
+    center.removeObserver(&calls, "A", &senderB);
     EXPECT_EQ(center.observerCount(), 2);
     center.removeObserver(&calls, QString(), &senderA);
     EXPECT_EQ(center.observerCount(), 0);
@@ -124,17 +101,15 @@ TEST(NotificationCenter, ConcurrentPostsAndRegistrations)
     NotificationCenter center;
     std::atomic<int> permanentCalls{0};
     int permanent = 0;
-    center.addObserver(&permanent, QStringLiteral("N"), nullptr, [&](const Notification &) { ++permanentCalls; });
-    constexpr int kThreads = 4;
-    constexpr int kRounds = 500;
+    center.addObserver(&permanent, "N", nullptr, [&](const Notification &) { ++permanentCalls; });
+    constexpr int kThreads = 4, kRounds = 500;
     std::vector<std::thread> threads;
-    threads.reserve(kThreads);
     for (int t = 0; t < kThreads; ++t) {
         threads.emplace_back([&center, t] {
             int transient = 0;
             for (int round = 0; round < kRounds; ++round) {
-                center.addObserver(&transient, QStringLiteral("N"), nullptr, [](const Notification &) {});
-                center.post(QStringLiteral("N"), nullptr, {{QStringLiteral("thread"), t}});
+                center.addObserver(&transient, "N", nullptr, [](const Notification &) {});
+                center.post("N", nullptr, {{"thread", t}});
                 center.removeObserver(&transient);
             }
         });

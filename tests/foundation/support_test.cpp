@@ -8,22 +8,12 @@
 
 #include "../log_capture.h"
 
-#include <QCoreApplication>
 #include <QFile>
-#include <QStringList>
 #include <QTemporaryDir>
 
 using rktest::LogCapture;
 
 namespace {
-
-rk::Alert makeAlert(const char *title, const char *message)
-{
-    rk::Alert alert;
-    alert.title = QString::fromUtf8(title);
-    alert.message = QString::fromUtf8(message);
-    return alert;
-}
 
 int assertOnNull(const char *argument)
 {
@@ -39,69 +29,67 @@ TEST(Assertions, ParameterAssertionNamesTheCondition)
         assertOnNull(nullptr);
         FAIL() << "no assertion failure";
     } catch (const rk::AssertionFailure &failure) {
-        EXPECT_EQ(failure.description(), QStringLiteral("Invalid parameter not satisfying: argument != nullptr"));
-        EXPECT_TRUE(failure.file().endsWith(QStringLiteral("support_test.cpp"))) << failure.file().toStdString();
-        EXPECT_EQ(failure.method(), QStringLiteral("assertOnNull"));
+        EXPECT_EQ(failure.description(), "Invalid parameter not satisfying: argument != nullptr");
+        EXPECT_TRUE(failure.file().endsWith("support_test.cpp")) << failure.file().toStdString();
+        EXPECT_EQ(failure.method(), "assertOnNull");
         EXPECT_GT(failure.line(), 0);
         EXPECT_STREQ(failure.what(), "Invalid parameter not satisfying: argument != nullptr");
     }
     ASSERT_EQ(LogCapture::lines().size(), 1);
-    EXPECT_TRUE(LogCapture::lines().first().startsWith(QStringLiteral("*** Assertion failure in assertOnNull")));
+    EXPECT_TRUE(LogCapture::lines().first().startsWith("*** Assertion failure in assertOnNull"));
 }
 
 TEST(Alerts, HandlersReplaceAndRestoreTheDefaults)
 {
+    const rk::Alert alert{.title = "Sorry", .message = "It broke", .alternateButton = {}, .otherButton = {}};
     QStringList calls;
-    const rk::AlertHandler oldAlert = rk::setAlertHandler([&calls](const rk::Alert &alert) {
-        calls << alert.title + QLatin1Char('/') + alert.message + QLatin1Char('/') + alert.defaultButton;
+    const auto oldAlert = rk::setAlertHandler([&calls](const rk::Alert &shown) {
+        calls << shown.title + '/' + shown.message + '/' + shown.defaultButton;
         return 1;
     });
-    const rk::BeepHandler oldBeep = rk::setBeepHandler([&calls] { calls << QStringLiteral("beep"); });
-    const rk::TerminateHandler oldTerminate = rk::setTerminateHandler([&calls] { calls << QStringLiteral("quit"); });
-    EXPECT_EQ(rk::runAlert(makeAlert("Sorry", "It broke")), 1);
+    const auto oldBeep = rk::setBeepHandler([&calls] { calls << "beep"; });
+    const auto oldTerminate = rk::setTerminateHandler([&calls] { calls << "quit"; });
+    EXPECT_EQ(rk::runAlert(alert), 1);
     rk::beep();
     rk::terminateApplication();
     EXPECT_EQ(calls, QStringList({"Sorry/It broke/OK", "beep", "quit"}));
-
     rk::setAlertHandler(oldAlert);
     rk::setBeepHandler(oldBeep);
     rk::setTerminateHandler(oldTerminate);
     // The default alert, without a GUI, is a log line answering the default button.
     const LogCapture capture;
-    EXPECT_EQ(rk::runAlert(makeAlert("Sorry", "No room")), 0);
-    EXPECT_EQ(LogCapture::lines(), QStringList({"Alert: Sorry: No room"}));
+    EXPECT_EQ(rk::runAlert(alert), 0);
+    EXPECT_EQ(LogCapture::lines(), QStringList({"Alert: Sorry: It broke"}));
 }
 
 TEST(Resources, CompiledInInfoPlistAndTheTestOverride)
 {
     rk::setFrameworkResourceDirectory({});
-    const std::optional<QByteArray> info = rk::frameworkResourceData(QStringLiteral("Info.plist"));
+    const std::optional<QByteArray> info = rk::frameworkResourceData("Info.plist");
     ASSERT_TRUE(info.has_value());
     const std::optional<QVariant> plist = rk::PropertyList::fromData(*info);
     ASSERT_TRUE(plist.has_value());
-    EXPECT_EQ(plist->toMap().value("CFBundleIdentifier").toString(), QStringLiteral("org.ravix.RKCore"));
-    EXPECT_EQ(rk::frameworkResourcePath(QStringLiteral("Info.plist")), QStringLiteral(":/rkcore/Info.plist"));
+    EXPECT_EQ(plist->toMap().value("CFBundleIdentifier").toString(), "org.ravix.RKCore");
+    EXPECT_EQ(rk::frameworkResourcePath("Info.plist"), ":/rkcore/Info.plist");
 
     QTemporaryDir directory;
-    ASSERT_TRUE(directory.isValid());
-    QFile replacement(directory.filePath(QStringLiteral("KeyCodes.plist")));
-    ASSERT_TRUE(replacement.open(QIODevice::WriteOnly));
-    replacement.write("replaced");
+    QFile replacement(directory.filePath("KeyCodes.plist"));
+    ASSERT_TRUE(replacement.open(QIODevice::WriteOnly) && replacement.write("replaced") == 8);
     replacement.close();
     rk::setFrameworkResourceDirectory(directory.path());
-    EXPECT_EQ(rk::frameworkResourceData(QStringLiteral("KeyCodes.plist")), QByteArray("replaced"));
-    EXPECT_TRUE(rk::frameworkResourcePath(QStringLiteral("Info.plist")).isNull())
+    EXPECT_EQ(rk::frameworkResourceData("KeyCodes.plist"), QByteArray("replaced"));
+    EXPECT_TRUE(rk::frameworkResourcePath("Info.plist").isNull())
         << "with an override only the override directory counts";
     rk::setFrameworkResourceDirectory({});
-    EXPECT_FALSE(rk::frameworkResourcePath(QStringLiteral("Info.plist")).isNull());
+    EXPECT_FALSE(rk::frameworkResourcePath("Info.plist").isNull());
 }
 
 TEST(Resources, NamesThatAreNeverResources)
 {
     for (const char *name : {"", "/etc/passwd", "../Info.plist", "a/../Info.plist", ":/rkcore/Info.plist", "a//b",
                              "./Info.plist", "Missing.plist"}) {
-        EXPECT_TRUE(rk::frameworkResourcePath(QString::fromUtf8(name)).isNull()) << "name: " << name;
-        EXPECT_FALSE(rk::frameworkResourceData(QString::fromUtf8(name)).has_value()) << "name: " << name;
+        EXPECT_TRUE(rk::frameworkResourcePath(name).isNull()) << "name: " << name;
+        EXPECT_FALSE(rk::frameworkResourceData(name).has_value()) << "name: " << name;
     }
 }
 
