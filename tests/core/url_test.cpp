@@ -3,264 +3,266 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
-#include <vector>
 
 #include "core_test_support.h"
-#include "url_test_support.h"
 
-using rktest::show;
 using rktest::take;
-using rktest::TraceCapture;
-using rktest::Url;
 
 namespace {
 
-// Every line of `lines` with its line end.
-std::string joined(const std::vector<std::string> &lines)
-{
-    std::string text;
-    for (const std::string &line : lines)
-        text += line + '\n';
-    return text;
-}
+using Url = std::unique_ptr<rpf_url, decltype([](rpf_url *url) { rpf_url_dealloc(url); })>;
 
-class Silenced : public ::testing::Test {
+// Diagnostics are collected in `trace` instead of printed.
+class UrlTest : public ::testing::Test {
 protected:
-    void SetUp() override { rpf_diagnostics_set_stream(nullptr); }
+    void SetUp() override
+    {
+        rpf_diagnostics_set_callback([](const char *t, void *me) { static_cast<UrlTest *>(me)->trace += t; }, this);
+    }
     void TearDown() override { rpf_diagnostics_reset(); }
+    std::string trace;
+
+    // A record's text (not freed), "-" for null.
+    static std::string show(const char *text) { return text != nullptr ? text : "-"; }
+    // "type|port|user|password|host|path|anonymous", then "|size|item type" when either is set; "null" for null.
+    static std::string describe(const rpf_url *u)
+    {
+        if (u == nullptr) return "null";
+        std::string text = std::to_string(u->type) + '|' + std::to_string(u->port);
+        for (const char *field : {u->user_name, u->password, u->host, u->path})
+            text += '|' + show(field);
+        text += u->anonymous != 0 ? "|1" : "|0";
+        if (u->size != 0 || u->item_type != 0)
+            text += '|' + std::to_string(u->size) + '|' + std::to_string(u->item_type);
+        return text;
+    }
 };
 
-// ---- parsing ----
-
-struct ParseRow {
-    const char *text;
-    int32_t type;
-    int32_t port;
-    const char *user; // the field as stored
-    const char *password;
-    const char *host;
-    const char *path;
-    int32_t anonymous;
-};
-
-constexpr int32_t kNoPort = -99; // the row expects the port left unset (0 in a cleared record)
-
-using UrlParse = Silenced;
-
-TEST_F(UrlParse, AcceptedTexts)
+TEST_F(UrlTest, AcceptedAndRefusedTexts)
 {
-    const ParseRow rows[] = {
-        {"ftp://host", 0, 21, nullptr, nullptr, "host", nullptr, 1},
-        {"ftp://host/pub/x", 0, 21, nullptr, nullptr, "host", "pub/x", 1},
-        {"ftp://host/", 0, 21, nullptr, nullptr, "host", nullptr, 1},
-        {"sftp://me:pw@host:2222/data", 2, 2222, "me", "pw", "host", "data", 0},
-        {"sftp://host", 2, 22, nullptr, nullptr, "host", nullptr, 1},
-        {"ftp://guest1:x@h/", 0, 21, "guest1", "x", "h", nullptr, 1},
-        {"ftp://anonymous:a@b@h/", 0, 21, "anonymous", "a", "b@h", nullptr, 1},
-        {"ftp://anonymousX:pw@h/p", 0, 21, "anonymousX", "pw", "h", "p", 1},
-        {"ftp://guesT:pw@h/p", 0, 21, "guesT", "pw", "h", "p", 0},
-        {"ftp://me:@h/", 0, 21, "me", nullptr, "h", nullptr, 0},
-        {"ftp://u:p@host/a@b", 0, 21, "u", "p@host", "a@b", nullptr, 0},
-        {"ftp://u:p@@h/x", 0, 21, "u", nullptr, "@@h", "x", 0},
-        {"ftp://h:2121/pub", 0, 2121, nullptr, nullptr, "h", "pub", 1},
-        {"ftp://h:/pub", 0, 0, nullptr, nullptr, "h", "pub", 1},
-        {"ftp://h:21x/pub", 0, 21, nullptr, nullptr, "h", "pub", 1},
-        {"ftp://h:99999999999/", 0, 2147483647, nullptr, nullptr, "h", nullptr, 1},
-        {"ftp://h:2121", 0, 2121, nullptr, nullptr, "h", nullptr, 1},
-        {"ftp://h:21:22/a", 0, 21, nullptr, nullptr, "h", "a", 1},
-        {"ftp:///pub", 0, 21, nullptr, nullptr, "", "pub", 1},
-        {"ftp://", 0, 21, nullptr, nullptr, "", nullptr, 1},
-        {"ftp://h//a/", 0, 21, nullptr, nullptr, "h", "/a/", 1},
-        {"ftp://u@h:pw@x/y", 0, 21, "u@h", "pw", "x", "y", 0},
-        {"ftp://h:21/a@b:c", 0, 0, "h", "21/a", "b", nullptr, 0},
-        {"file:///Users/x", 3, kNoPort, nullptr, nullptr, nullptr, "/Users/x", 0},
-        {"file://", 3, kNoPort, nullptr, nullptr, nullptr, "", 0},
-        {"file://u:p@h:1/x", 3, kNoPort, nullptr, nullptr, nullptr, "u:p@h:1/x", 0},
-        {"afp://me:pw@mac/vol/f", 4, 548, "me", "pw", "mac", "vol/f", 0},
-        {"afp://mac:5480/vol", 4, 5480, nullptr, nullptr, "mac", "vol", 1},
-        {"smb://h/share", 5, 139, nullptr, nullptr, "h", "share", 1},
-        {"smb://guest:x@h:445/share/dir", 5, 445, "guest", "x", "h", "share/dir", 1},
+    // text, record as type|port|user|password|host|path|anonymous
+    const char *const rows[][2] = {
+        {"ftp://host", "0|21|-|-|host|-|1"},         {"ftp://host/pub/x", "0|21|-|-|host|pub/x|1"},
+        {"ftp://host/", "0|21|-|-|host|-|1"},        {"sftp://me:pw@host:2222/data", "2|2222|me|pw|host|data|0"},
+        {"sftp://host", "2|22|-|-|host|-|1"},        {"ftp://guest1:x@h/", "0|21|guest1|x|h|-|1"},
+        {"ftp://me:@h/", "0|21|me|-|h|-|0"},         {"ftp://anonymous:a@b@h/", "0|21|anonymous|a|b@h|-|1"},
+        {"ftp://u:p@@h/x", "0|21|u|-|@@h|x|0"},      {"ftp://anonymousX:pw@h/p", "0|21|anonymousX|pw|h|p|1"},
+        {"ftp://h:2121/pub", "0|2121|-|-|h|pub|1"},  {"ftp://guesT:pw@h/p", "0|21|guesT|pw|h|p|0"},
+        {"ftp://h:/pub", "0|0|-|-|h|pub|1"},         {"ftp://u:p@host/a@b", "0|21|u|p@host|a@b|-|0"},
+        {"ftp://h:21x/pub", "0|21|-|-|h|pub|1"},     {"ftp://h:99999999999/", "0|2147483647|-|-|h|-|1"},
+        {"ftp://h:2121", "0|2121|-|-|h|-|1"},        {"ftp:///pub", "0|21|-|-||pub|1"},
+        {"ftp://h:21:22/a", "0|21|-|-|h|a|1"},       {"ftp://", "0|21|-|-||-|1"},
+        {"ftp://h//a/", "0|21|-|-|h|/a/|1"},         {"file://", "3|0|-|-|-||0"},
+        {"ftp://u@h:pw@x/y", "0|21|u@h|pw|x|y|0"},   {"file://u:p@h:1/x", "3|0|-|-|-|u:p@h:1/x|0"},
+        {"ftp://h:21/a@b:c", "0|0|h|21/a|b|-|0"},    {"afp://me:pw@mac/vol/f", "4|548|me|pw|mac|vol/f|0"},
+        {"file:///Users/x", "3|0|-|-|-|/Users/x|0"}, {"afp://mac:5480/vol", "4|5480|-|-|mac|vol|1"},
+        {"smb://h/share", "5|139|-|-|h|share|1"},    {"smb://guest:x@h:445/share/dir", "5|445|guest|x|h|share/dir|1"},
     };
-    for (const ParseRow &row : rows) {
-        Url url(rpf_url_new_from_string(row.text));
-        ASSERT_NE(url, nullptr) << "text: " << row.text;
-        EXPECT_EQ(url->type, row.type) << "text: " << row.text;
-        EXPECT_EQ(show(url->user_name), show(row.user)) << "text: " << row.text;
-        EXPECT_EQ(show(url->password), show(row.password)) << "text: " << row.text;
-        EXPECT_EQ(show(url->host), show(row.host)) << "text: " << row.text;
-        EXPECT_EQ(url->port, row.port == kNoPort ? 0 : row.port) << "text: " << row.text;
-        EXPECT_EQ(show(url->path), show(row.path)) << "text: " << row.text;
-        EXPECT_EQ(url->anonymous != 0, row.anonymous != 0) << "text: " << row.text;
-        EXPECT_EQ(url->size, 0) << "text: " << row.text;
-        EXPECT_EQ(url->item_type, 0) << "text: " << row.text;
+    for (const auto &[text, record] : rows) {
+        Url url(rpf_url_new_from_string(text));
+        EXPECT_EQ(describe(url.get()), record) << "text: " << text;
+    }
+    for (const char *text :
+         {"http://h/", "", "ftp:/h", "FTP://h/", "ftp:h", "ftp://u@host:21/", "ftp://u@h/", "ftp://h/a@b", "sftp://a@",
+          "afp://x@y", "smb://user@", "file:/x", " ftp://h", "ftpx://h", static_cast<const char *>(nullptr)})
+        EXPECT_EQ(rpf_url_new_from_string(text), nullptr) << "text: \"" << show(text) << '"';
+}
+
+TEST_F(UrlTest, ParsersTraceEachStep)
+{
+    const char *const rows[][2] = {
+        {"file:///x", ""},
+        {"sftp://u:p@h:1/x", ""},
+        {"afp://h/vol",
+         "afp_url_parser : Processing url\n\t>afp://h/vol<\nafp_url_parser : Detected AFP URL Prefix\nafp_url_parser : "
+         "Scanning url to see if it contains a username and password\nafp_url_parser : Scanned character: "
+         "afp_url_parser : Url does not have authentication info\nafp_url_parser : No Authentication Info Found "
+         "Assuming anonymous\nafp_url_parser : Host is h and is 1 characters long\nafp_url_parser : Path string length "
+         "is 3\nafp_url_parser : Path To Item is vol and is 3 characters long\nafp_url_parser : URL Parsing "
+         "Completed.\n"},
+        {"afp://me:pw@h:600/v",
+         "afp_url_parser : Processing url\n\t>afp://me:pw@h:600/v<\nafp_url_parser : Detected AFP URL "
+         "Prefix\nafp_url_parser : Scanning url to see if it contains a username and password\nafp_url_parser : "
+         "Scanned character: afp_url_parser : Url has authentication info\nafp_url_parser : Username is me and is 2 "
+         "characters long\nafp_url_parser : Username is registered\nBase Pointer Location : h\nURL Length : 19\nTotal "
+         "Process Chars : 12\nAmount To Process : 7\nDid not find password with @ in it\nLast Char is : "
+         "w\nafp_url_parser : Password is pw and is 2 characters long\nafp_url_parser : Host is h and is 1 characters "
+         "long\nafp_url_parser : Found port\nafp_url_parser : Port is 600 and is 3 characters long \nafp_url_parser : "
+         "Path string length is 1\nafp_url_parser : Path To Item is v and is 1 characters long\nafp_url_parser : URL "
+         "Parsing Completed.\n"},
+        {"afp://guest:@@h",
+         "afp_url_parser : Processing url\n\t>afp://guest:@@h<\nafp_url_parser : Detected AFP URL "
+         "Prefix\nafp_url_parser : Scanning url to see if it contains a username and password\nafp_url_parser : "
+         "Scanned character: afp_url_parser : Url has authentication info\nafp_url_parser : Username is guest and is 5 "
+         "characters long\nafp_url_parser : Username is an anonymous alias\nafp_url_parser : Setting anonymous "
+         "flag\nBase Pointer Location : @\nURL Length : 15\nTotal Process Chars : 13\nAmount To Process : "
+         "2\nafp_url_parser : Found second @ in password\n\tEmpty password\nafp_url_parser : Host is @h and is 2 "
+         "characters long\nafp_url_parser : No Path information\nafp_url_parser : URL Parsing Completed.\n"},
+        {"smb://u:a@b@h/",
+         "afp_url_parser : Processing url\n\t>smb://u:a@b@h/<\nafp_url_parser : Prefix for url is "
+         "wrong\nsmb_url_parser : Processing url\n\t>smb://u:a@b@h/<\nsmb_url_parser : Scanning url to see if it "
+         "contains a username and password\nsmb_url_parser : Scanned character: smb_url_parser : Url has "
+         "authentication info\nsmb_url_parser : Username is u and is 1 characters long\nsmb_url_parser : Username is "
+         "registered\nBase Pointer Location : b\nURL Length : 14\nTotal Process Chars : 10\nAmount To Process : "
+         "4\n\tftp_url_parser : Found second @ in password\nsmb_url_parser : Password is a and is 1 characters "
+         "long\nsmb_url_parser : Host is b@h and is 3 characters long\nsmb_url_parser : Path string length is "
+         "0\nsmb_url_parser : URL Parsing Completed.\n"},
+        {"smb://u:@h",
+         "afp_url_parser : Processing url\n\t>smb://u:@h<\nafp_url_parser : Prefix for url is wrong\nsmb_url_parser : "
+         "Processing url\n\t>smb://u:@h<\nsmb_url_parser : Scanning url to see if it contains a username and "
+         "password\nsmb_url_parser : Scanned character: smb_url_parser : Url has authentication info\nsmb_url_parser : "
+         "Username is u and is 1 characters long\nsmb_url_parser : Username is registered\nBase Pointer Location : "
+         "h\nURL Length : 10\nTotal Process Chars : 9\nAmount To Process : 1\nDid not find password with @ in it\nLast "
+         "Char is : :\nsmb_url_parser : Empty password\nsmb_url_parser : Host is h and is 1 characters "
+         "long\nsmb_url_parser : No Path information\nsmb_url_parser : URL Parsing Completed.\n"},
+        {"http://h/",
+         "afp_url_parser : Processing url\n\t>http://h/<\nafp_url_parser : Prefix for url is wrong\nsmb_url_parser : "
+         "Processing url\n\t>http://h/<\nsmb_url_parser : Prefix for url is wrong\n"},
+    };
+    for (const auto &[text, expected] : rows) {
+        trace.clear();
+        Url url(rpf_url_new_from_string(text));
+        EXPECT_EQ(trace, expected) << "text: " << text;
     }
 }
 
-TEST_F(UrlParse, RefusedTexts)
+TEST_F(UrlTest, NewRecordsSettersAndAccessors)
 {
-    const char *rows[] = {
-        "http://h/",   "",          "ftp:/h",    "FTP://h/",    "ftp:h",   "ftp://u@host:21/", "ftp://u@h/",
-        "ftp://h/a@b", "sftp://a@", "afp://x@y", "smb://user@", "file:/x", " ftp://h",         "ftpx://h",
-    };
-    for (const char *text : rows) {
-        EXPECT_EQ(rpf_url_new_from_string(text), nullptr) << "text: \"" << text << '"';
+    const char *const rows[][2] = {{"me", "2|22|me|pw|h|a/b|0"},       {"anonymous", "2|22|-|-|h|a/b|1"},
+                                   {"anonymous1", "2|22|-|-|h|a/b|1"}, {"anonymou", "2|22|anonymou|pw|h|a/b|0"},
+                                   {"guest", "2|22|-|-|h|a/b|1"},      {"guest1", "2|22|guest1|pw|h|a/b|0"},
+                                   {"gues", "2|22|gues|pw|h|a/b|0"},   {nullptr, "2|22|-|pw|h|a/b|0"},
+                                   {"Guest", "2|22|Guest|pw|h|a/b|0"}};
+    for (const auto &[user, record] : rows) {
+        Url url(rpf_url_new(RPF_URL_TYPE_SFTP, user, "pw", "h", 22, "a/b"));
+        EXPECT_EQ(describe(url.get()), record) << "user: " << show(user);
+        EXPECT_EQ(rpf_url_isAnonymous(url.get()) != 0, std::string(record).ends_with('1')) << "user: " << show(user);
     }
-    EXPECT_EQ(rpf_url_new_from_string(nullptr), nullptr);
+    EXPECT_EQ(describe(Url(rpf_url_new_local("/tmp/a b")).get()), "3|0|-|-|-|/tmp/a b|0");
+    EXPECT_EQ(Url(rpf_url_new_local(nullptr))->path, nullptr);
+
+    Url url(rpf_url_new_from_string("ftp://bob:secret@h/x"));
+    const auto login = [&] { return show(rpf_url_userName(url.get())) + ' ' + show(rpf_url_passWord(url.get())); };
+    EXPECT_EQ(login(), "bob secret");
+    rpf_url_setAnonymous(url.get(), 1); // the fields stay; the record answers an anonymous login
+    EXPECT_EQ(login(), "anonymous " RPF_URL_ANONYMOUS_PASSWORD);
+    rpf_url_setPath(url.get(), nullptr);
+    rpf_url_set_passWord(url.get(), "x");
+    rpf_ravix_url_set_type(url.get(), RPF_URL_ITEM_ALIAS);
+    url->size = 77;
+    EXPECT_EQ(describe(url.get()), "0|21|bob|x|h|-|1|77|3");
+    const rpf_url *u = url.get();
+    EXPECT_EQ(std::to_string(rpf_url_type(u)) + '|' + std::to_string(rpf_url_port(u)) + '|' + show(rpf_url_host(u)) +
+                  '|' + show(rpf_url_itemPath(u)) + '|' + std::to_string(rpf_url_size(u)) + '|' +
+                  std::to_string(rpf_ravix_url_item_size(u)) + '|' + std::to_string(rpf_ravix_url_item_type(u)),
+              "0|21|h|-|77|77|3");
 }
 
-// ---- traces ----
-
-struct TraceRow {
-    const char *name;
-    const char *text;
-    std::vector<std::string> lines;
-};
-
-TEST(UrlTrace, ParsersTraceEachStep)
+TEST_F(UrlTest, TextFormsAndTheirFailures)
 {
-    const std::string afpRefusal = "afp_url_parser : Prefix for url is wrong";
-    const TraceRow rows[] = {
-        {"file and ftp are silent", "file:///x", {}},
-        {"ftp is silent", "sftp://u:p@h:1/x", {}},
-        {"afp anonymous with path",
-         "afp://h/vol",
-         {"afp_url_parser : Processing url", "\t>afp://h/vol<", "afp_url_parser : Detected AFP URL Prefix",
-          "afp_url_parser : Scanning url to see if it contains a username and password",
-          "afp_url_parser : Scanned character: afp_url_parser : Url does not have authentication info",
-          "afp_url_parser : No Authentication Info Found Assuming anonymous",
-          "afp_url_parser : Host is h and is 1 characters long", "afp_url_parser : Path string length is 3",
-          "afp_url_parser : Path To Item is vol and is 3 characters long", "afp_url_parser : URL Parsing Completed."}},
-        {"afp login, port, no second @",
-         "afp://me:pw@h:600/v",
-         {"afp_url_parser : Processing url",
-          "\t>afp://me:pw@h:600/v<",
-          "afp_url_parser : Detected AFP URL Prefix",
-          "afp_url_parser : Scanning url to see if it contains a username and password",
-          "afp_url_parser : Scanned character: afp_url_parser : Url has authentication info",
-          "afp_url_parser : Username is me and is 2 characters long",
-          "afp_url_parser : Username is registered",
-          "Base Pointer Location : h",
-          "URL Length : 19",
-          "Total Process Chars : 12",
-          "Amount To Process : 7",
-          "Did not find password with @ in it",
-          "Last Char is : w",
-          "afp_url_parser : Password is pw and is 2 characters long",
-          "afp_url_parser : Host is h and is 1 characters long",
-          "afp_url_parser : Found port",
-          "afp_url_parser : Port is 600 and is 3 characters long ",
-          "afp_url_parser : Path string length is 1",
-          "afp_url_parser : Path To Item is v and is 1 characters long",
-          "afp_url_parser : URL Parsing Completed."}},
-        {"afp anonymous alias, second @, no path",
-         "afp://guest:@@h",
-         {"afp_url_parser : Processing url", "\t>afp://guest:@@h<", "afp_url_parser : Detected AFP URL Prefix",
-          "afp_url_parser : Scanning url to see if it contains a username and password",
-          "afp_url_parser : Scanned character: afp_url_parser : Url has authentication info",
-          "afp_url_parser : Username is guest and is 5 characters long",
-          "afp_url_parser : Username is an anonymous alias", "afp_url_parser : Setting anonymous flag",
-          "Base Pointer Location : @", "URL Length : 15", "Total Process Chars : 13", "Amount To Process : 2",
-          "afp_url_parser : Found second @ in password", "\tEmpty password",
-          "afp_url_parser : Host is @h and is 2 characters long", "afp_url_parser : No Path information",
-          "afp_url_parser : URL Parsing Completed."}},
-        {"smb after the afp refusal, second @",
-         "smb://u:a@b@h/",
-         {"afp_url_parser : Processing url", "\t>smb://u:a@b@h/<", afpRefusal, "smb_url_parser : Processing url",
-          "\t>smb://u:a@b@h/<", "smb_url_parser : Scanning url to see if it contains a username and password",
-          "smb_url_parser : Scanned character: smb_url_parser : Url has authentication info",
-          "smb_url_parser : Username is u and is 1 characters long", "smb_url_parser : Username is registered",
-          "Base Pointer Location : b", "URL Length : 14", "Total Process Chars : 10", "Amount To Process : 4",
-          "\tftp_url_parser : Found second @ in password", "smb_url_parser : Password is a and is 1 characters long",
-          "smb_url_parser : Host is b@h and is 3 characters long", "smb_url_parser : Path string length is 0",
-          "smb_url_parser : URL Parsing Completed."}},
-        {"smb empty password",
-         "smb://u:@h",
-         {"afp_url_parser : Processing url", "\t>smb://u:@h<", afpRefusal, "smb_url_parser : Processing url",
-          "\t>smb://u:@h<", "smb_url_parser : Scanning url to see if it contains a username and password",
-          "smb_url_parser : Scanned character: smb_url_parser : Url has authentication info",
-          "smb_url_parser : Username is u and is 1 characters long", "smb_url_parser : Username is registered",
-          "Base Pointer Location : h", "URL Length : 10", "Total Process Chars : 9", "Amount To Process : 1",
-          "Did not find password with @ in it", "Last Char is : :", "smb_url_parser : Empty password",
-          "smb_url_parser : Host is h and is 1 characters long", "smb_url_parser : No Path information",
-          "smb_url_parser : URL Parsing Completed."}},
-        {"both refuse",
-         "http://h/",
-         {"afp_url_parser : Processing url", "\t>http://h/<", afpRefusal, "smb_url_parser : Processing url",
-          "\t>http://h/<", "smb_url_parser : Prefix for url is wrong"}},
-    };
-    for (const TraceRow &row : rows) {
-        TraceCapture capture;
-        Url url(rpf_url_new_from_string(row.text));
-        EXPECT_EQ(capture.text(), joined(row.lines)) << row.name << ": " << row.text;
-    }
-}
-
-// ---- construction and accessors ----
-
-using UrlRecord = Silenced;
-
-TEST_F(UrlRecord, NewFromPartsAndAnonymousNames)
-{
-    struct {
-        const char *user;
-        bool anonymous;
-    } const rows[] = {
-        {"me", false},     {"anonymous", true}, {"anonymous1", true}, {"anonymou", false}, {"guest", true},
-        {"guest1", false}, {"gues", false},     {nullptr, false},     {"Guest", false},
+    // Some full forms come out cut short; those rows pin the cut exactly.
+    const struct {
+        int32_t type, port;
+        const char *user, *password, *host, *path, *forms; // full, clean and pathless
+    } rows[] = {
+        {0, 21, "me", "pw", "h", "pub/x", "ftp://me:pw@h/pub/x ftp://me:@h/pub/x ftp://me:@h/"},
+        {0, 2121, "anonymous", "pw", "h", "pub/x", "ftp://h:2121/pub/x ftp://h:2121/pub/x ftp://h:2121/"},
+        {0, 21210, "me", "pw", "h", "pub/x", "ftp://me:pw@h:21210/pub/ ftp://me:@h:21210/pub/x ftp://me:@h:21210/"},
+        {0, -1, "me", "pw", "h", "p", "ftp://me:pw@h:-1/p ftp://me:@h:-1/p ftp://me:@h:-1/"},
+        {0, 21, "me", nullptr, "h", nullptr, "ftp://me:@h/ ftp://me:@h/ ftp://me:@h/"},
+        {2, 22, "guest", nullptr, "h", "d", "sftp://h/d sftp://h/d sftp://h/"},
+        {2, 21, "guest", nullptr, "h", "d", "sftp://h:21/d sftp://h:21/d sftp://h:21/"},
+        {2, 222222, "u", "p", "h", "abc", "sftp://u:p@h:222222/a sftp://u:@h:222222/abc sftp://u:@h:222222/"},
+        {4, 548, "anonymous", nullptr, "h", "path", "afp://h/path afp://h/path <null>"},
+        {4, 5480, "anonymous", nullptr, "h", "vol", "afp://h:548 afp://h:5480/vol <null>"},
+        {4, 548, "me", "pw", "h", "v", "afp://me:pw@h/v afp://me:@h/v <null>"},
+        {5, 139, "me", "pw", "h", "share", "smb://me:pw@h/share smb://me:@h/share <null>"},
+        {5, 445, "anonymous", nullptr, "h", "share", "smb://h:445/sh smb://h:445/share <null>"},
+        {5, 1390, "anonymous", nullptr, "h", "share", "smb://h:1390/s smb://h:1390/share <null>"},
+        {3, 99, "me", "pw", "h", "/Users/x", "file:///Users/x file:///Users/x file://"},
+        {3, 0, nullptr, nullptr, nullptr, nullptr, "file:// file:// file://"},
+        {0, 21, nullptr, "pw", "h", "x", "<null> ftp://:@h/x ftp://:@h/"},
+        {0, 21, "me", "pw", nullptr, "x", "<null> ftp://me:@/x ftp://me:@/"},
+        {5, 139, "guest", nullptr, nullptr, "x", "<null> smb:///x <null>"},
     };
     for (const auto &row : rows) {
-        Url url(rpf_url_new(RPF_URL_TYPE_SFTP, row.user, "pw", "h", 22, "a/b"));
-        ASSERT_NE(url, nullptr);
-        EXPECT_EQ(rpf_url_isAnonymous(url.get()) != 0, row.anonymous) << "user: " << show(row.user);
-        EXPECT_EQ(show(url->user_name), row.anonymous ? "<null>" : show(row.user)) << "user: " << show(row.user);
-        EXPECT_EQ(show(url->password), row.anonymous ? "<null>" : "pw") << "user: " << show(row.user);
-        EXPECT_EQ(show(rpf_url_userName(url.get())), row.anonymous ? "anonymous" : show(row.user));
-        EXPECT_EQ(show(rpf_url_passWord(url.get())), row.anonymous ? RPF_URL_ANONYMOUS_PASSWORD : "pw");
-        EXPECT_STREQ(rpf_url_host(url.get()), "h");
-        EXPECT_STREQ(rpf_url_itemPath(url.get()), "a/b");
-        EXPECT_EQ(rpf_url_port(url.get()), 22);
-        EXPECT_EQ(rpf_url_type(url.get()), RPF_URL_TYPE_SFTP);
+        Url url(rpf_url_new(row.type, row.user, row.password, row.host, row.port, row.path));
+        EXPECT_EQ(take(rpf_url_string(url.get())) + ' ' + take(rpf_url_string_clean(url.get())) + ' ' +
+                      take(rpf_url_string_pathless(url.get())),
+                  row.forms)
+            << "record: " << describe(url.get());
     }
+    Url odd(rpf_url_new(1, "me", "pw", "h", 21, "x")), afp(rpf_url_new(RPF_URL_TYPE_AFP, "me", "pw", "h", 548, "x"));
+    char *(*const forms[])(const rpf_url *) = {rpf_url_string, rpf_url_string_clean, rpf_url_string_pathless};
+    for (int form = 0; form < 3; ++form)
+        for (const rpf_url *url : std::initializer_list<const rpf_url *>{nullptr, odd.get(), afp.get()}) {
+            trace.clear();
+            const std::string text = take(forms[form](url)) + ' ' + trace;
+            if (url == afp.get() && form != 2) continue; // the afp record has a full and a clean form
+            EXPECT_EQ(text, url ? "<null> Unsupported URL Type\n" : "<null> Null URL passed in\n")
+                << "form " << form << " of " << describe(url);
+        }
+    EXPECT_EQ(rpf_ravix_url(nullptr, 1, 2), nullptr);
+    EXPECT_EQ(rpf_url_hasUniquePort(nullptr), 0);
 }
 
-TEST_F(UrlRecord, AnonymousAnswersWhateverTheFieldsHold)
+TEST_F(UrlTest, EncapsulatedInfo)
 {
-    Url url(rpf_url_new_from_string("ftp://bob:secret@h/x"));
-    ASSERT_NE(url, nullptr);
-    EXPECT_STREQ(rpf_url_userName(url.get()), "bob");
-    EXPECT_STREQ(rpf_url_passWord(url.get()), "secret");
-    rpf_url_setAnonymous(url.get(), 1);
-    EXPECT_STREQ(rpf_url_userName(url.get()), "anonymous");
-    EXPECT_STREQ(rpf_url_passWord(url.get()), RPF_URL_ANONYMOUS_PASSWORD);
-    EXPECT_STREQ(url->user_name, "bob"); // the fields stay; the record is still freed whole
+    // text, inner|type|size (-7: left as it was)
+    const char *const rows[][2] = {
+        {"ravix://<a><1><9", "a|1|9"}, {"ravix://<afp://h/vol/f><2><17>", "afp://h/vol/f|2|17"},
+        {"ravix://<a><1", "a|1|0"},    {"ravix://<afp://h/vol/f><12><17>", "afp://h/vol/f|12|0"},
+        {"ravix://<a>", "a|0|0"},      {"RAVIX:/!<ftp://h/><3><5>", "ftp://h/|3|5"},
+        {"ravix://<>", "|0|0"},        {"ravix://<a><1><-5>", "a|1|-5"},
+        {"ravix://<a>>>>>>", "a|0|0"}, {"ravix://<a><x><y>", "a|0|0"},
+        {"ravix://", "<null>|-7|-7"},  {"ravix://<ftp://h/", "<null>|-7|-7"},
+        {"", "<null>|-7|-7"},
+    };
+    for (const auto &[text, expected] : rows) {
+        int32_t type = -7, size = -7;
+        const std::string inner = take(ravix_get_encapsulated_info(text, &type, &size));
+        EXPECT_EQ(inner + '|' + std::to_string(type) + '|' + std::to_string(size), expected) << "text: " << text;
+    }
+    EXPECT_EQ(ravix_get_encapsulated_info(nullptr, nullptr, nullptr), nullptr);
+    EXPECT_EQ(take(ravix_get_encapsulated_info("ravix://<a><1><2>", nullptr, nullptr)), "a");
 }
 
-TEST_F(UrlRecord, LocalRecordAndSetters)
+TEST_F(UrlTest, EncapsulatedFormBothWays)
 {
-    Url url(rpf_url_new_local("/tmp/a b"));
-    ASSERT_NE(url, nullptr);
-    EXPECT_EQ(url->type, RPF_URL_TYPE_FILE);
-    EXPECT_STREQ(url->path, "/tmp/a b");
-    EXPECT_EQ(url->user_name, nullptr);
-    EXPECT_EQ(url->host, nullptr);
-    EXPECT_EQ(url->port, 0);
-    EXPECT_EQ(url->anonymous, 0);
-    rpf_url_setPath(url.get(), "/other");
-    EXPECT_STREQ(rpf_url_itemPath(url.get()), "/other");
-    rpf_url_setPath(url.get(), nullptr);
-    EXPECT_EQ(rpf_url_itemPath(url.get()), nullptr);
-    rpf_url_set_passWord(url.get(), "x");
-    EXPECT_STREQ(url->password, "x");
-    rpf_url_set_passWord(url.get(), nullptr);
-    EXPECT_EQ(url->password, nullptr);
-    rpf_ravix_url_set_type(url.get(), RPF_URL_ITEM_ALIAS);
-    EXPECT_EQ(rpf_ravix_url_item_type(url.get()), 3);
-    url->size = 77;
-    EXPECT_EQ(rpf_ravix_url_item_size(url.get()), 77);
-    EXPECT_EQ(rpf_url_size(url.get()), 77);
+    // Written from the clean text (no password) into a buffer two ten-digit negatives overflow.
+    Url url(rpf_url_new(RPF_URL_TYPE_FTP, "me", "s3cret", "h", 65535, "pub/x"));
+    EXPECT_EQ(take(rpf_ravix_url(url.get(), 2, -1)), "ravix://<ftp://me:@h:65535/pub/x><2><-1>");
+    Url local(rpf_url_new_local("/a"));
+    EXPECT_EQ(take(rpf_ravix_url(local.get(), INT32_MIN, INT32_MIN)), "ravix://<file:///a><-2147483648><-2");
+    EXPECT_EQ(take(rpf_ravix_url(local.get(), 12, 2147483647)), "ravix://<file:///a><12><2147483647>");
+    int32_t type = 0;
+    Url back(rpf_url_ravix_url_to_url("ravix://<ftp://me:@h/pub/x><1><4096>", &type));
+    EXPECT_EQ(std::to_string(type) + ' ' + describe(back.get()), "1 0|21|me|-|h|pub/x|0|4096|0");
+    for (const char *text : {"ravix://<http://h/><1><5>", "ravix://<ftp://h", "", "ravix"}) {
+        type = 5;
+        EXPECT_EQ(rpf_url_ravix_url_to_url(text, &type), nullptr) << "text: " << text;
+        EXPECT_EQ(type, -1) << "text: " << text;
+    }
+    EXPECT_EQ(rpf_url_ravix_url_to_url(nullptr, nullptr), nullptr);
+}
 
-    EXPECT_EQ(Url(rpf_url_new_local(nullptr))->path, nullptr);
+TEST_F(UrlTest, AppendingAnItem)
+{
+    // url, item, type|path ("-": no record)
+    const char *const rows[][3] = {
+        {"ftp://h/pub", "x", "0|pub/x"}, {"file:///tmp", "a b", "3|/tmp/a b"},
+        {"ftp://h/", "x", "0|/x"},       {"sftp://u:p@h:2/d", "f", "2|d/f"},
+        {"ftp://h", "x", "0|x"},         {"smb://h/share", "", "5|share/"},
+        {"afp://h", "v/f", "4|v/f"},     {"http://h", "x", "-"},
+        {"ftp://h", nullptr, "-"},       {nullptr, "x", "-"},
+    };
+    for (const auto &[text, item, expected] : rows) {
+        Url url(rpf_url_by_appending_item(text, item));
+        EXPECT_EQ(url ? std::to_string(url->type) + '|' + show(url->path) : "-", expected)
+            << show(text) << " + " << show(item);
+    }
 }
 
 } // namespace
