@@ -1,10 +1,6 @@
 // Local items read into records, cross-checked against lstat/stat, the user
 // and group databases, readdir and realpath.
 #include <rkcore/rpf_date.h>
-#include <rkcore/rpf_fso.h>
-#include <rkcore/rpf_url.h>
-
-#include <gtest/gtest.h>
 
 #include <dirent.h>
 #include <grp.h>
@@ -12,51 +8,18 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <string>
 #include <thread>
-#include <tuple>
-#include <vector>
 
-#include "core_test_support.h"
 #include "fso_test_support.h"
 
-using rktest::CapturedDiagnostics;
-using rktest::take;
-using rktest::Tree;
+using namespace rktest;
 
 namespace {
 
-// A fresh temporary folder, removed with everything in it (rights restored first) when it goes.
-class TempFolder {
-public:
-    TempFolder() : path_((std::filesystem::temp_directory_path() / "rkcore-fso-XXXXXX").string())
-    {
-        if (mkdtemp(path_.data()) == nullptr) std::abort();
-    }
-    ~TempFolder()
-    {
-        namespace fs = std::filesystem;
-        std::error_code error;
-        for (const auto &entry : fs::recursive_directory_iterator(path_, error))
-            if (!entry.is_symlink()) fs::permissions(entry.path(), fs::perms::owner_all, fs::perm_options::add, error);
-        fs::remove_all(path_, error);
-    }
-    TempFolder(const TempFolder &) = delete;
-    TempFolder &operator=(const TempFolder &) = delete;
-    const std::string &path() const { return path_; }
-    std::string operator/(const std::string &name) const { return path_ + "/" + name; }
-
-private:
-    std::string path_;
-};
-
-const auto writeFile = [](const std::string &path) { std::ofstream(path) << "x"; };
-const auto text = [](const char *value) { return std::string(value == nullptr ? "<null>" : value); };
 const auto canonical = [](const std::string &path) { return take(realpath(path.c_str(), nullptr)); };
 const auto userName = [](uid_t id) { return text(getpwuid(id) ? getpwuid(id)->pw_name : "Unknown"); };
 const auto groupName = [](gid_t id) { return text(getgrgid(id) ? getgrgid(id)->gr_name : "Unknown"); };
@@ -103,162 +66,153 @@ void expectAgreesWithStatus(const rpf_fso *record, bool followLinks)
     EXPECT_EQ(record->files != nullptr, type == 1);
 }
 
-TEST(FsoLocal, TopItemIsExaminedWithLinksFollowedOrFails)
+// A fresh temporary folder with one entry of each kind (6 files, 1 folder), removed after.
+class FsoLocal : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        ASSERT_NE(mkdtemp(dir.data()), nullptr);
+        std::ofstream(at("notes 1.2.tXt")) << std::string(5000, 'a');
+        ASSERT_EQ(chmod(at("notes 1.2.tXt").c_str(), 0640), 0);
+        ASSERT_EQ(mkdir(at("sub").c_str(), 0750), 0);
+        ASSERT_EQ(mkfifo(at("pipe").c_str(), 0600), 0);
+        ASSERT_EQ(symlink("notes 1.2.tXt", at("to-file").c_str()), 0);
+        ASSERT_EQ(symlink(at("sub").c_str(), at("to-folder").c_str()), 0);
+        ASSERT_EQ(symlink("missing", at("dangling").c_str()), 0);
+        ASSERT_EQ(symlink("/dev/null", at("to-device").c_str()), 0);
+    }
+    void TearDown() override { std::filesystem::remove_all(dir, error); }
+    std::string at(const std::string &name) const { return dir + "/" + name; }
+    std::string dir = std::filesystem::temp_directory_path().string() + "/rkcore-fso-XXXXXX";
+    std::error_code error;
+};
+
+TEST_F(FsoLocal, TopItemIsExaminedWithLinksFollowedOrFails)
 {
-    TempFolder folder;
-    const std::string path = folder / "notes 1.2.tXt";
-    std::ofstream(path) << std::string(5000, 'a');
-    ASSERT_EQ(chmod(path.c_str(), 0640), 0);
-    ASSERT_EQ(symlink("notes 1.2.tXt", (folder / "link").c_str()), 0);
-    ASSERT_EQ(mkdir((folder / "dir").c_str(), 0755), 0);
-    ASSERT_EQ(symlink("dir", (folder / "dirlink").c_str()), 0);
+    const std::string path = at("notes 1.2.tXt");
     Tree file(rpf_fso_get_local_fso(path.c_str()));
     expectAgreesWithStatus(file.get(), true);
     EXPECT_EQ(std::make_tuple(text(file->name), text(file->complete_path), text(file->extension), file->perms,
                               file->size, file->parent),
               std::make_tuple("notes 1.2.tXt", path, "tXt", uint16_t{640}, 5000, nullptr));
-    Tree link(rpf_fso_get_local_fso((folder / "link").c_str()));
+    Tree link(rpf_fso_get_local_fso(at("to-file").c_str()));
     expectAgreesWithStatus(link.get(), true);
-    EXPECT_EQ(std::make_tuple(text(link->name), link->alias_location), std::make_tuple("link", nullptr));
-    Tree dir(rpf_fso_get_local_fso((folder / "dirlink").c_str()));
-    EXPECT_EQ(dir->type, RPF_FSO_TYPE_DIRECTORY);
-    EXPECT_EQ(rpf_fso_file_count(dir.get()) + rpf_fso_subdirectory_count(dir.get()), 0);
+    EXPECT_EQ(std::make_tuple(text(link->name), link->alias_location), std::make_tuple("to-file", nullptr));
+    Tree folder(rpf_fso_get_local_fso(at("to-folder").c_str()));
+    expectAgreesWithStatus(folder.get(), true);
+    EXPECT_EQ(rpf_fso_file_count(folder.get()) + rpf_fso_subdirectory_count(folder.get()), 0);
     Tree device(rpf_fso_get_local_fso("/dev/null"));
     ASSERT_NE(device, nullptr);
     EXPECT_EQ(device->type, RPF_FSO_TYPE_OTHER);
-
+    // "/dev" is a prefix test: folders under it are read without children.
+    for (const char *devPath : {"/dev", "/dev/", "/dev/shm"}) {
+        Tree dev(rpf_fso_get_local_fso(devPath));
+        ASSERT_NE(dev, nullptr) << devPath;
+        EXPECT_EQ(std::make_tuple(dev->type, rpf_fso_file_count(dev.get()) + rpf_fso_subdirectory_count(dev.get())),
+                  std::make_tuple(RPF_FSO_TYPE_DIRECTORY, 0))
+            << devPath;
+    }
     // A missing path fails with two lines and errno kept; null is EINVAL.
     CapturedDiagnostics diagnostics;
     errno = 0;
-    EXPECT_EQ(rpf_fso_get_local_fso((folder / "nothing").c_str()), nullptr);
+    EXPECT_EQ(rpf_fso_get_local_fso(at("nothing").c_str()), nullptr);
     EXPECT_EQ(errno, ENOENT);
     EXPECT_EQ(diagnostics.take(), "\t\tError getting item statistics\n\t\terror : No such file or directory\n");
     EXPECT_EQ(rpf_fso_get_local_fso(nullptr), nullptr);
     EXPECT_EQ(errno, EINVAL);
 }
 
-TEST(FsoLocal, EntryKindsAndLinkTargets)
+TEST_F(FsoLocal, EntryKindsAndLinkTargetsWithOrWithoutTrailingSeparator)
 {
-    TempFolder folder;
-    writeFile(folder / "a.txt");
-    ASSERT_EQ(mkdir((folder / "sub").c_str(), 0750), 0);
-    ASSERT_EQ(mkfifo((folder / "pipe").c_str(), 0600), 0);
-    ASSERT_EQ(symlink("a.txt", (folder / "to-file").c_str()), 0);
-    ASSERT_EQ(symlink((folder / "sub").c_str(), (folder / "to-folder").c_str()), 0);
-    ASSERT_EQ(symlink("missing", (folder / "dangling").c_str()), 0);
-    ASSERT_EQ(symlink("/dev/null", (folder / "to-device").c_str()), 0);
     CapturedDiagnostics diagnostics;
-    Tree record(rpf_fso_get_local_fso(folder.path().c_str()));
+    Tree record(rpf_fso_get_local_fso(dir.c_str())), slashed(rpf_fso_get_local_fso((dir + "/").c_str()));
     EXPECT_EQ(diagnostics.take(), ""); // reading is silent
     expectAgreesWithStatus(record.get(), true);
     EXPECT_EQ(rpf_fso_file_count(record.get()) * 10 + rpf_fso_subdirectory_count(record.get()), 61);
+    ASSERT_NE(slashed, nullptr);
+    EXPECT_EQ(std::make_tuple(text(slashed->name), text(slashed->complete_path), rpf_fso_file_count(slashed.get())),
+              std::make_tuple("", dir, 6));
     // The canonical target is absolute, so the complete alias path is a copy of it.
     const struct Row {
         const char *name;
         int32_t type, targetType;
         std::string alias;
-    } rows[] = {{"a.txt", 2, 0, "<null>"},
+    } rows[] = {{"notes 1.2.tXt", 2, 0, "<null>"},
                 {"sub", 1, 0, "<null>"},
                 {"pipe", 0, 0, "<null>"},
-                {"to-file", 3, 2, canonical(folder / "a.txt")},
-                {"to-folder", 3, 1, canonical(folder / "sub")},
+                {"to-file", 3, 2, canonical(at("notes 1.2.tXt"))},
+                {"to-folder", 3, 1, canonical(at("sub"))},
                 {"to-device", 3, 0, "/dev/null"},
                 {"dangling", 3, 4, "<null>"}};
     for (const Row &row : rows) {
-        const rpf_fso *item = child(record.get(), row.name);
-        ASSERT_NE(item, nullptr) << row.name;
-        expectAgreesWithStatus(item, false);
-        EXPECT_EQ(std::make_tuple(item->type, item->link_target_type, text(item->alias_location),
-                                  text(item->complete_alias_path)),
-                  std::make_tuple(row.type, row.targetType, row.alias, row.alias))
-            << row.name;
+        for (const rpf_fso *item : {child(record.get(), row.name), child(slashed.get(), row.name)}) {
+            ASSERT_NE(item, nullptr) << row.name;
+            expectAgreesWithStatus(item, false);
+            EXPECT_EQ(std::make_tuple(item->type, item->link_target_type, text(item->alias_location),
+                                      text(item->complete_alias_path), text(item->complete_path)),
+                      std::make_tuple(row.type, row.targetType, row.alias, row.alias, at(row.name)))
+                << row.name;
+        }
     }
     // Texts of one owner, group and second are shared between the records.
-    EXPECT_EQ(child(record.get(), "a.txt")->owner_name, child(record.get(), "pipe")->owner_name);
-    EXPECT_EQ(child(record.get(), "a.txt")->group_name, child(record.get(), "pipe")->group_name);
+    EXPECT_EQ(child(record.get(), "sub")->owner_name, child(record.get(), "pipe")->owner_name);
+    EXPECT_EQ(child(record.get(), "sub")->group_name, child(record.get(), "pipe")->group_name);
 }
 
-TEST(FsoLocal, TrailingSeparatorAndDev)
-{
-    TempFolder folder;
-    writeFile(folder / "f");
-    Tree record(rpf_fso_get_local_fso((folder.path() + "/").c_str()));
-    ASSERT_NE(record, nullptr);
-    EXPECT_EQ(text(record->name), "");
-    EXPECT_EQ(text(record->complete_path), folder.path());
-    ASSERT_EQ(rpf_fso_file_count(record.get()), 1);
-    EXPECT_EQ(text(child(record.get(), "f")->complete_path), folder / "f");
-
-    // "/dev" is a prefix test: folders under it are read without children.
-    for (const char *path : {"/dev", "/dev/", "/dev/shm"}) {
-        Tree dev(rpf_fso_get_local_fso(path));
-        ASSERT_NE(dev, nullptr) << path;
-        EXPECT_EQ(dev->type, RPF_FSO_TYPE_DIRECTORY) << path;
-        EXPECT_EQ(rpf_fso_file_count(dev.get()) + rpf_fso_subdirectory_count(dev.get()), 0) << path;
-    }
-}
-
-TEST(FsoLocal, OwnersAndGroupsWithoutANameReadUnknown)
+TEST_F(FsoLocal, OwnersAndGroupsWithoutANameReadUnknown)
 {
     if (geteuid() != 0) GTEST_SKIP() << "needs root to give files away";
-    TempFolder folder;
     const uid_t nobodyKnows = 54321;
     ASSERT_EQ(getpwuid(nobodyKnows), nullptr);
     ASSERT_EQ(getgrgid(nobodyKnows), nullptr);
-    for (const char *name : {"orphan", "half"}) {
-        writeFile(folder / name);
-        ASSERT_EQ(chown((folder / name).c_str(), name[0] == 'o' ? nobodyKnows : 0, nobodyKnows), 0);
-    }
-    Tree record(rpf_fso_get_local_fso(folder.path().c_str()));
-    const rpf_fso *orphan = child(record.get(), "orphan"), *half = child(record.get(), "half");
+    ASSERT_EQ(chown(at("notes 1.2.tXt").c_str(), nobodyKnows, nobodyKnows), 0);
+    ASSERT_EQ(chown(at("pipe").c_str(), 0, nobodyKnows), 0);
+    Tree record(rpf_fso_get_local_fso(dir.c_str()));
+    const rpf_fso *orphan = child(record.get(), "notes 1.2.tXt"), *half = child(record.get(), "pipe");
     EXPECT_EQ(std::make_tuple(text(orphan->owner_name), text(orphan->group_name), text(half->group_name)),
               std::make_tuple("Unknown", "Unknown", "Unknown"));
     EXPECT_EQ(text(half->owner_name), userName(0));
 }
 
-TEST(FsoLocal, UnreadableFolderAndUnexaminableEntries)
+TEST_F(FsoLocal, UnreadableFolderAndUnexaminableEntries)
 {
     if (geteuid() == 0) GTEST_SKIP() << "root reads everything";
-    TempFolder folder;
-    const std::string closed = folder / "closed";
-    ASSERT_EQ(mkdir(closed.c_str(), 0755), 0);
-    writeFile(closed + "/inside");
-    ASSERT_EQ(chmod(closed.c_str(), 0), 0);
-    // A folder that cannot be opened is still an item, without children.
-    Tree record(rpf_fso_get_local_fso(closed.c_str()));
-    ASSERT_NE(record, nullptr);
-    EXPECT_EQ(record->type, RPF_FSO_TYPE_DIRECTORY);
-    EXPECT_EQ(rpf_fso_file_count(record.get()), 0);
-    // Names that can be listed but not examined fail the whole read.
-    ASSERT_EQ(chmod(closed.c_str(), 0444), 0);
+    const std::string closed = at("sub");
+    std::ofstream(closed + "/inside") << "x";
+    chmod(closed.c_str(), 0);                           // no early return until the rights are back, for the removal
+    Tree record(rpf_fso_get_local_fso(closed.c_str())); // cannot be opened: still an item, without children
+    EXPECT_EQ(std::make_tuple(record != nullptr, record ? record->type : -1, record ? record->files != nullptr : false,
+                              rpf_fso_file_count(record.get())),
+              std::make_tuple(true, RPF_FSO_TYPE_DIRECTORY, true, 0));
+    chmod(closed.c_str(), 0444); // names can be listed but not examined: the whole read fails
     errno = 0;
     EXPECT_EQ(rpf_fso_get_local_fso(closed.c_str()), nullptr);
     EXPECT_EQ(errno, EACCES);
+    chmod(closed.c_str(), 0755);
 }
 
-TEST(FsoLocal, TreesReadAndFreedOnSeveralThreadsAtOnce)
+TEST_F(FsoLocal, TreesReadAndFreedOnSeveralThreadsAtOnce)
 {
     // Owner, group, date and extension texts are shared through one table.
-    TempFolder folder;
     for (int i = 0; i < 50; ++i)
-        writeFile(folder / ("f" + std::to_string(i % 7) + "." + std::to_string(i)));
+        std::ofstream(at("f" + std::to_string(i % 7) + "." + std::to_string(i))) << "x";
     std::vector<int32_t> counts(4);
     std::vector<std::thread> readers;
     for (size_t t = 0; t < counts.size(); ++t) {
         readers.emplace_back([&, t] {
             for (int round = 0; round < 20; ++round) {
-                Tree record(rpf_fso_get_local_fso(folder.path().c_str()));
+                Tree record(rpf_fso_get_local_fso(dir.c_str()));
                 counts[t] = record == nullptr ? -1 : rpf_fso_file_count(record.get());
             }
         });
     }
     for (std::thread &reader : readers)
         reader.join();
-    EXPECT_EQ(counts, std::vector<int32_t>(4, 50));
+    EXPECT_EQ(counts, std::vector<int32_t>(4, 56));
 }
 
 // Every entry agrees with lstat and realpath, in readdir's order (files before folders), at the right path.
-TEST(FsoLocal, SystemFoldersAgreeWithLstatAndReaddir)
+TEST(FsoLocalSystem, FoldersAgreeWithLstatAndReaddir)
 {
     for (const std::string path : {"/", "/usr/bin", "/etc"}) {
         std::vector<std::string> files, folders;

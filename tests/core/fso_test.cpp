@@ -1,31 +1,13 @@
 // The item record built by hand: constructor rules, children and the walk,
 // keys, dump and the deep free.
-#include <rkcore/rpf_fso.h>
 #include <rkcore/rpf_path.h>
 #include <rkcore/rpf_size.h>
-#include <rkcore/rpf_url.h>
 
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <cstring>
-#include <string>
-#include <tuple>
-#include <vector>
-
-#include "core_test_support.h"
 #include "fso_test_support.h"
 
-using rktest::CapturedDiagnostics;
-using rktest::take;
-using rktest::Tree;
+using namespace rktest;
 
 namespace {
-
-std::string text(const char *value)
-{
-    return value == nullptr ? "<null>" : value;
-}
 
 intptr_t address(const void *value)
 {
@@ -103,27 +85,16 @@ TEST(FsoConstructor, LinkTargets)
 TEST(FsoConstructor, DefaultsAccessorsAndObject)
 {
     Tree file(ownedRecord(RPF_FSO_TYPE_FILE, "f", "/")), dir(ownedRecord(RPF_FSO_TYPE_DIRECTORY, "d", "/"));
-    EXPECT_EQ((std::vector<const void *>{file->access_perms, file->url, file->files, file->subdirectories,
-                                         file->alias_location, file->complete_alias_path, file->object}),
-              std::vector<const void *>(7, nullptr));
-    EXPECT_EQ((std::vector<int>{file->link_target_type, file->mtime, rpf_fso_isFile(file.get()),
-                                rpf_fso_isDir(file.get()), rpf_fso_isLocal(file.get()), rpf_fso_isRemote(file.get())}),
-              (std::vector<int>{0, 0, 1, 0, 0, 1}));
-    ASSERT_NE(dir->files, nullptr);
-    ASSERT_NE(dir->subdirectories, nullptr);
-    EXPECT_NE(dir->files, dir->subdirectories);
-    EXPECT_EQ(std::make_tuple(dir->current_index, rpf_fso_isDir(dir.get())), std::make_tuple(0, 1)); // reset first
+    EXPECT_EQ((std::vector<const void *>{file->access_perms, file->url, file->files, file->alias_location,
+                                         file->complete_alias_path, file->object}),
+              std::vector<const void *>(6, nullptr));
+    EXPECT_EQ((std::vector<int>{file->mtime, rpf_fso_isFile(file.get()), rpf_fso_isLocal(file.get()),
+                                rpf_fso_isRemote(file.get()), dir->current_index, rpf_fso_isDir(dir.get())}),
+              (std::vector<int>{0, 1, 0, 1, 0, 1})); // a directory's cursor needs a reset first
     int marker = 0;
-    EXPECT_EQ(rpf_fso_has_object(file.get()), 0);
     rpf_fso_object_set(file.get(), &marker);
-    EXPECT_EQ(rpf_fso_object(file.get()), &marker);
     rpf_fso_object_set(file.get(), nullptr);
     EXPECT_EQ(rpf_fso_has_object(file.get()), 1); // set once, stays set
-    rpf_url *url = rpf_url_new_local("/f");
-    EXPECT_EQ(rpf_fso_set_url(file.get(), url), file.get());
-    EXPECT_EQ(rpf_fso_get_url(file.get()), url);
-    EXPECT_EQ(rpf_fso_set_parent(file.get(), dir.get()), file.get());
-    EXPECT_EQ(rpf_fso_parent(file.get()), dir.get());
     EXPECT_EQ(std::make_tuple(rpf_fso_isLink(nullptr), rpf_fso_get_url(nullptr), rpf_fso_reset(nullptr)),
               std::make_tuple(0, nullptr, nullptr));
 }
@@ -137,10 +108,9 @@ TEST(FsoChildren, AddAndIndexAndWalkOrder)
     rpf_fso *f2 = ownedRecord(RPF_FSO_TYPE_LINK, "F2", "/d", "F1");
     for (rpf_fso *child : {f1, d1, f2})
         ASSERT_EQ(rpf_fso_add_subitem(dir.get(), child), 0);
-    EXPECT_EQ(f1->parent, dir.get());
-    EXPECT_EQ(rpf_fso_parent(d1), dir.get());
-    EXPECT_EQ(rpf_fso_file_count(dir.get()), 2);
-    EXPECT_EQ(rpf_fso_subdirectory_count(dir.get()), 1);
+    EXPECT_EQ(std::make_tuple(f1->parent, rpf_fso_parent(d1), rpf_fso_file_count(dir.get()),
+                              rpf_fso_subdirectory_count(dir.get())),
+              std::make_tuple(dir.get(), dir.get(), 2, 1));
     EXPECT_EQ(rpf_fso_get_subitem_at_index(dir.get(), 1, RPF_FSO_FILES), f2);
     EXPECT_EQ(rpf_fso_get_subitem_at_index(dir.get(), 0, RPF_FSO_SUBDIRECTORIES), d1);
     EXPECT_EQ(rpf_fso_get_subitem_at_index(dir.get(), 0, 7), f1); // any other value selects the files

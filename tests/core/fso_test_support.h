@@ -1,12 +1,22 @@
-// Helpers of the item-record tests: captured diagnostics and owned trees.
+// Helpers of the item-record tests: captured diagnostics, owned trees and
+// what both test files use.
 #pragma once
 
 #include <rkcore/rpf_diagnostics.h>
 #include <rkcore/rpf_fso.h>
+#include <rkcore/rpf_url.h>
 
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <utility>
+#include <vector>
+
+#include "core_test_support.h"
 
 namespace rktest {
 
@@ -28,5 +38,10 @@ struct DeepDeleter {
     void operator()(rpf_fso *record) const { rpf_fso_destroy_deep(record); }
 };
 using Tree = std::unique_ptr<rpf_fso, DeepDeleter>; // freed deeply when it goes
+
+inline std::string text(const char *value)
+{
+    return value == nullptr ? "<null>" : value;
+}
 
 } // namespace rktest
