@@ -227,6 +227,7 @@ TEST(FsoLocalSystem, FoldersAgreeWithLstatAndReaddir)
         Tree record(rpf_fso_get_local_fso(path.c_str()));
         ASSERT_NE(record, nullptr) << path;
         expectAgreesWithStatus(record.get(), true);
+        EXPECT_EQ(text(record->complete_path), path);
         std::vector<std::string> names;
         for (const rpf_fso *item : children(record.get())) {
             names.emplace_back(item->name);

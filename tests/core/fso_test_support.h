@@ -25,8 +25,6 @@ class CapturedDiagnostics {
 public:
     CapturedDiagnostics() { rpf_diagnostics_set_callback(&append, &text_); }
     ~CapturedDiagnostics() { rpf_diagnostics_reset(); }
-    CapturedDiagnostics(const CapturedDiagnostics &) = delete;
-    CapturedDiagnostics &operator=(const CapturedDiagnostics &) = delete;
     std::string take() { return std::exchange(text_, {}); } // everything since the last call
 
 private:
@@ -39,6 +37,7 @@ struct DeepDeleter {
 };
 using Tree = std::unique_ptr<rpf_fso, DeepDeleter>; // freed deeply when it goes
 
+// A text for comparing and printing: "<null>" for null (not freed).
 inline std::string text(const char *value)
 {
     return value == nullptr ? "<null>" : value;
