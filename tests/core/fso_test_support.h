@@ -1,33 +1,31 @@
 // Helpers of the item-record tests: captured diagnostics, owned trees and
-// fresh temporary folders.
+// what both test files use.
 #pragma once
 
 #include <rkcore/rpf_diagnostics.h>
 #include <rkcore/rpf_fso.h>
+#include <rkcore/rpf_url.h>
 
-#include <cstdlib>
-#include <filesystem>
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
 #include <memory>
 #include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include "core_test_support.h"
 
 namespace rktest {
 
-// Collects the core's diagnostics while it lives; restores standard output
-// after.
+// Collects the core's diagnostics while it lives; standard output again after.
 class CapturedDiagnostics {
 public:
-    CapturedDiagnostics() { rpf_diagnostics_set_callback(&CapturedDiagnostics::append, &text_); }
+    CapturedDiagnostics() { rpf_diagnostics_set_callback(&append, &text_); }
     ~CapturedDiagnostics() { rpf_diagnostics_reset(); }
-    CapturedDiagnostics(const CapturedDiagnostics &) = delete;
-    CapturedDiagnostics &operator=(const CapturedDiagnostics &) = delete;
-
-    // Everything written so far, and forget it.
-    std::string take()
-    {
-        std::string all;
-        all.swap(text_);
-        return all;
-    }
+    std::string take() { return std::exchange(text_, {}); } // everything since the last call
 
 private:
     static void append(const char *text, void *context) { static_cast<std::string *>(context)->append(text); }
@@ -37,38 +35,12 @@ private:
 struct DeepDeleter {
     void operator()(rpf_fso *record) const { rpf_fso_destroy_deep(record); }
 };
-// A tree freed deeply when it goes.
-using Tree = std::unique_ptr<rpf_fso, DeepDeleter>;
+using Tree = std::unique_ptr<rpf_fso, DeepDeleter>; // freed deeply when it goes
 
-// A fresh folder under the temporary directory, removed (with everything in
-// it, rights restored first) when it goes.
-class TempFolder {
-public:
-    TempFolder()
-    {
-        std::string pattern = (std::filesystem::temp_directory_path() / "rkcore-fso-XXXXXX").string();
-        if (mkdtemp(pattern.data()) == nullptr) std::abort();
-        path_ = pattern;
-    }
-    ~TempFolder()
-    {
-        std::error_code error;
-        for (const auto &entry : std::filesystem::recursive_directory_iterator(path_, error)) {
-            if (!entry.is_symlink()) {
-                std::filesystem::permissions(entry.path(), std::filesystem::perms::owner_all,
-                                             std::filesystem::perm_options::add, error);
-            }
-        }
-        std::filesystem::remove_all(path_, error);
-    }
-    TempFolder(const TempFolder &) = delete;
-    TempFolder &operator=(const TempFolder &) = delete;
-
-    const std::filesystem::path &path() const { return path_; }
-    std::string operator/(const std::string &name) const { return (path_ / name).string(); }
-
-private:
-    std::filesystem::path path_;
-};
+// A text for comparing and printing: "<null>" for null (not freed).
+inline std::string text(const char *value)
+{
+    return value == nullptr ? "<null>" : value;
+}
 
 } // namespace rktest
