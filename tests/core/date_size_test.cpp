@@ -7,6 +7,7 @@
 #include <cstring>
 #include <ctime>
 #include <string>
+#include <tuple>
 
 #include "core_test_support.h"
 
@@ -66,13 +67,9 @@ std::tm parsedFields(const char *text)
 
 TEST(ListingDate, YearFormAndSecondsOne)
 {
-    const std::tm fields = parsedFields("Jan  5  1999");
-    EXPECT_EQ(fields.tm_year, 99);
-    EXPECT_EQ(fields.tm_mon, 0);
-    EXPECT_EQ(fields.tm_mday, 5);
-    EXPECT_EQ(fields.tm_hour, 0);
-    EXPECT_EQ(fields.tm_min, 0);
-    EXPECT_EQ(fields.tm_sec, 1);
+    const std::tm f = parsedFields("Jan  5  1999");
+    EXPECT_EQ(std::make_tuple(f.tm_year, f.tm_mon, f.tm_mday, f.tm_hour, f.tm_min, f.tm_sec),
+              std::make_tuple(99, 0, 5, 0, 0, 1));
 }
 
 TEST(ListingDate, MonthDecisionTable)
@@ -97,14 +94,11 @@ TEST(ListingDate, TimeFormYearFollowsTheCurrentMonth)
                                         "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
     for (int month = 0; month < 12; ++month) {
         std::string text = std::string(names[month]) + " 15 10:30";
-        const std::tm fields = parsedFields(text.c_str());
+        const std::tm f = parsedFields(text.c_str());
         const int expectedYear = now.tm_year - (month > now.tm_mon ? 1 : 0);
-        EXPECT_EQ(fields.tm_year, expectedYear) << text;
-        EXPECT_EQ(fields.tm_mon, month) << text;
-        EXPECT_EQ(fields.tm_mday, 15) << text;
-        EXPECT_EQ(fields.tm_hour, 10) << text;
-        EXPECT_EQ(fields.tm_min, 30) << text;
-        EXPECT_EQ(fields.tm_sec, 1) << text;
+        EXPECT_EQ(std::make_tuple(f.tm_year, f.tm_mon, f.tm_mday, f.tm_hour, f.tm_min, f.tm_sec),
+                  std::make_tuple(expectedYear, month, 15, 10, 30, 1))
+            << text;
     }
     EXPECT_EQ(parsedFields("Mar  7 09:05").tm_mday, 7);
 }
