@@ -24,7 +24,6 @@ const auto canonical = [](const std::string &path) { return take(realpath(path.c
 const auto userName = [](uid_t id) { return text(getpwuid(id) ? getpwuid(id)->pw_name : "Unknown"); };
 const auto groupName = [](gid_t id) { return text(getgrgid(id) ? getgrgid(id)->gr_name : "Unknown"); };
 
-// Every child of a directory record, files first, in array order.
 std::vector<rpf_fso *> children(const rpf_fso *dir)
 {
     std::vector<rpf_fso *> all;
@@ -61,6 +60,39 @@ void expectAgreesWithStatus(const rpf_fso *record, bool followLinks)
               std::make_tuple(userName(data.st_uid), groupName(data.st_gid),
                               take(rpf_date_string_from_time_t(data.st_mtime))))
         << record->complete_path;
+}
+
+// Reads a folder that, entry by entry, agrees with lstat, realpath and readdir's order (files first).
+void expectFolderAgrees(const std::string &path, Tree &record)
+{
+    std::vector<std::string> files, folders, names;
+    DIR *stream = opendir(path.c_str());
+    ASSERT_NE(stream, nullptr) << path;
+    while (const dirent *entry = readdir(stream))
+        if (strcmp(entry->d_name, ".") != 0 && strcmp(entry->d_name, "..") != 0)
+            (entry->d_type == DT_DIR ? folders : files).emplace_back(entry->d_name);
+    closedir(stream);
+    files.insert(files.end(), folders.begin(), folders.end());
+    record.reset(rpf_fso_get_local_fso(path.c_str()));
+    ASSERT_NE(record, nullptr) << path;
+    expectAgreesWithStatus(record.get(), true);
+    EXPECT_EQ(text(record->complete_path), path);
+    for (const rpf_fso *item : children(record.get())) {
+        names.emplace_back(item->name);
+        expectAgreesWithStatus(item, false);
+        EXPECT_EQ(
+            std::make_tuple(item->parent, text(item->complete_path), text(rpf_url_itemPath(item->url))),
+            std::make_tuple(record.get(), (path == "/" ? "" : path) + "/" + item->name, text(item->complete_path)));
+        struct stat target {};
+        if (item->type != RPF_FSO_TYPE_LINK) continue; // dangling: no target; else the absolute canonical one, twice
+        EXPECT_EQ(std::make_tuple(item->link_target_type == RPF_FSO_TARGET_UNREADABLE, text(item->alias_location),
+                                  text(item->complete_alias_path)),
+                  stat(item->complete_path, &target) != 0
+                      ? std::make_tuple(true, std::string("<null>"), std::string("<null>"))
+                      : std::make_tuple(false, canonical(item->complete_path), canonical(item->complete_path)))
+            << item->complete_path;
+    }
+    EXPECT_EQ(names, files) << path;
 }
 
 // A fresh temporary folder with one entry of each kind (6 files, 1 folder), removed after.
@@ -112,31 +144,24 @@ TEST_F(FsoLocal, TopItemIsExaminedWithLinksFollowedOrFails)
 TEST_F(FsoLocal, EntryKindsAndLinkTargetsWithOrWithoutTrailingSeparator)
 {
     CapturedDiagnostics diagnostics;
-    Tree record(rpf_fso_get_local_fso(dir.c_str())), slashed(rpf_fso_get_local_fso((dir + "/").c_str()));
+    Tree record, slashed(rpf_fso_get_local_fso((dir + "/").c_str()));
+    expectFolderAgrees(dir, record);
     EXPECT_EQ(diagnostics.take(), ""); // reading is silent
-    expectAgreesWithStatus(record.get(), true);
     ASSERT_NE(slashed, nullptr);
     EXPECT_EQ(std::make_tuple(rpf_fso_file_count(record.get()), rpf_fso_subdirectory_count(record.get()),
-                              text(slashed->name), text(slashed->complete_path), rpf_fso_file_count(slashed.get())),
-              std::make_tuple(6, 1, "", dir, 6));
-    // Name, type, link target type and target; the canonical target is absolute, so the complete alias path copies it.
-    const std::tuple<const char *, int32_t, int32_t, std::string> rows[] = {
-        {"notes 1.2.tXt", 2, 0, "<null>"},
-        {"sub", 1, 0, "<null>"},
-        {"pipe", 0, 0, "<null>"},
-        {"to-file", 3, 2, canonical(at("notes 1.2.tXt"))},
-        {"to-folder", 3, 1, canonical(at("sub"))},
-        {"to-device", 3, 0, "/dev/null"},
-        {"dangling", 3, 4, "<null>"}};
-    for (const auto &[name, type, targetType, alias] : rows) {
-        for (const rpf_fso *item : {child(record.get(), name), child(slashed.get(), name)}) {
-            ASSERT_NE(item, nullptr) << name;
-            expectAgreesWithStatus(item, false);
-            EXPECT_EQ(std::make_tuple(item->type, item->link_target_type, text(item->alias_location),
-                                      text(item->complete_alias_path), text(item->complete_path)),
-                      std::make_tuple(type, targetType, alias, alias, at(name)))
-                << name;
-        }
+                              text(slashed->name), text(slashed->complete_path)),
+              std::make_tuple(6, 1, "", dir));
+    // Name, type and link target type; the slashed read gives the same entries at the same paths.
+    const std::tuple<const char *, int32_t, int32_t> rows[] = {
+        {"notes 1.2.tXt", 2, 0}, {"sub", 1, 0},       {"pipe", 0, 0},    {"to-file", 3, 2},
+        {"to-folder", 3, 1},     {"to-device", 3, 0}, {"dangling", 3, 4}};
+    for (const auto &[name, type, targetType] : rows) {
+        const rpf_fso *item = child(record.get(), name), *again = child(slashed.get(), name);
+        ASSERT_TRUE(item != nullptr && again != nullptr) << name;
+        EXPECT_EQ(std::make_tuple(item->type, item->link_target_type, again->type, again->link_target_type,
+                                  text(again->complete_path), text(again->alias_location)),
+                  std::make_tuple(type, targetType, type, targetType, at(name), text(item->alias_location)))
+            << name;
     }
     // Texts of one owner and group are shared between the records.
     const rpf_fso *sub = child(record.get(), "sub"), *pipe = child(record.get(), "pipe");
@@ -189,36 +214,11 @@ TEST_F(FsoLocal, TreesReadAndFreedOnSeveralThreadsAtOnce)
     EXPECT_EQ(counts, std::vector<int32_t>(4, 56));
 }
 
-// Every entry agrees with lstat and realpath, in readdir's order (files before folders), at the right path.
 TEST(FsoLocalSystem, FoldersAgreeWithLstatAndReaddir)
 {
     for (const std::string path : {"/", "/usr/bin", "/etc"}) {
-        std::vector<std::string> files, folders, names;
-        DIR *stream = opendir(path.c_str());
-        ASSERT_NE(stream, nullptr) << path;
-        while (const dirent *entry = readdir(stream))
-            if (strcmp(entry->d_name, ".") != 0 && strcmp(entry->d_name, "..") != 0)
-                (entry->d_type == DT_DIR ? folders : files).emplace_back(entry->d_name);
-        closedir(stream);
-        files.insert(files.end(), folders.begin(), folders.end());
-        Tree record(rpf_fso_get_local_fso(path.c_str()));
-        ASSERT_NE(record, nullptr) << path;
-        expectAgreesWithStatus(record.get(), true);
-        EXPECT_EQ(text(record->complete_path), path);
-        for (const rpf_fso *item : children(record.get())) {
-            names.emplace_back(item->name);
-            expectAgreesWithStatus(item, false);
-            EXPECT_EQ(
-                std::make_tuple(item->parent, text(item->complete_path), text(rpf_url_itemPath(item->url))),
-                std::make_tuple(record.get(), (path == "/" ? "" : path) + "/" + item->name, text(item->complete_path)));
-            struct stat target {};
-            if (item->type != RPF_FSO_TYPE_LINK) continue; // a dangling link: no target, an unreadable target type
-            EXPECT_EQ(std::make_pair(item->link_target_type == RPF_FSO_TARGET_UNREADABLE, text(item->alias_location)),
-                      stat(item->complete_path, &target) != 0 ? std::make_pair(true, std::string("<null>"))
-                                                              : std::make_pair(false, canonical(item->complete_path)))
-                << item->complete_path;
-        }
-        EXPECT_EQ(names, files) << path;
+        Tree record;
+        expectFolderAgrees(path, record);
     }
 }
 

@@ -185,7 +185,6 @@ TEST(FsoKeys, EveryKey)
         EXPECT_EQ(rpf_fso_get_item_for_key(bare.get(), k), 0) << "key " << k;
 }
 
-// The dump's lines of a file-like child.
 std::string fileLines(const std::string &name, const std::string &path)
 {
     return "\t\tName : >" + name + "<\n\t\tSize : 10\n\t\tLinks : 1\n\t\tAccess Perms : (null)\n" +
