@@ -1,5 +1,4 @@
-// Helpers of the item-record tests: captured diagnostics, owned trees and
-// what both test files use.
+// Helpers of the item-record tests.
 #pragma once
 
 #include <rkcore/rpf_diagnostics.h>
@@ -8,10 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <cstring>
-#include <memory>
-#include <string>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -37,7 +33,6 @@ struct DeepDeleter {
 };
 using Tree = std::unique_ptr<rpf_fso, DeepDeleter>; // freed deeply when it goes
 
-// A text for comparing and printing: "<null>" for null (not freed).
 inline std::string text(const char *value)
 {
     return value == nullptr ? "<null>" : value;
