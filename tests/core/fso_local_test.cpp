@@ -216,7 +216,9 @@ TEST_F(FsoLocal, TreesReadAndFreedOnSeveralThreadsAtOnce)
 
 TEST(FsoLocalSystem, FoldersAgreeWithLstatAndReaddir)
 {
-    for (const std::string path : {"/", "/usr/bin", "/etc"}) {
+    // Folders nothing writes to while the tests run: the entries of "/" and /etc
+    // (/tmp's date, for one) change under parallel tests.
+    for (const std::string path : {"/usr/bin", "/usr/share"}) {
         Tree record;
         expectFolderAgrees(path, record);
     }
