@@ -42,7 +42,6 @@ TEST(RBURL, PartsOfParsedTexts)
 {
     const LogCapture capture; // the keychain is asked for the missing passwords
     for (const char *row : {"ftp://h/pub => " ANONYMOUS "|h|21|pub|pub|pub|af",
-                            "ftp://host => " ANONYMOUS "|host|21|<null>|<null>|<null>|af",
                             "ftp://host/ => " ANONYMOUS "|host|21|<null>|<null>|<null>|af",
                             "sftp://me:pw@host:2222/data/sub/ => me|pw|host|2222|data/sub/|sub||s",
                             "file:///Users/x => No Username|<null>|<null>|-|/Users/x|x|x|l",
@@ -105,10 +104,9 @@ TEST(RBURL, EncapsulatedTexts)
     for (const auto &[text, uriType, size, clean] : rows) {
         const auto url = RBURL::initWithRavixURLString(text);
         ASSERT_TRUE(url) << text;
-        const bool kinds[] = {url->itemPointedToIsADirectory(), url->itemPointedToIsAFile(),
-                              url->itemPointedToIsAlias()};
-        for (const int kind : {1, 2, 3})
-            EXPECT_EQ(kinds[kind - 1], uriType == kind) << text << " kind " << kind;
+        const int kinds =
+            url->itemPointedToIsADirectory() | url->itemPointedToIsAFile() << 1 | url->itemPointedToIsAlias() << 2;
+        EXPECT_EQ(kinds, 1 << (uriType - 1)) << text;
         EXPECT_EQ(QString("%1 %2 ").arg(url->uriType()).arg(url->itemSize()) + url->urlAsCleanString(),
                   QString("%1 %2 %3").arg(uriType).arg(size).arg(clean))
             << text;
@@ -138,7 +136,8 @@ TEST(RBURL, TextFormsNeverLeakThePasswordButTheFullOne)
     EXPECT_EQ(local->uriType(), 0);
 }
 
-TEST(RBURL, CopyCarriesThePasswordButNotTheItemKind)
+// A copy carries the password but not the item kind, and changes apart from the original.
+TEST(RBURL, CopyAndChanging)
 {
     const auto original = RBURL::initWithRavixURLString("ravix://<ftp://me:@h/d><1><512>");
     rpf_url_set_passWord(original->cstruct(), "pw");
@@ -146,23 +145,17 @@ TEST(RBURL, CopyCarriesThePasswordButNotTheItemKind)
     ASSERT_TRUE(copy);
     EXPECT_EQ(describe(*copy), "me|pw|h|21|d|d|d|f");
     EXPECT_EQ(copy->uriType() + copy->itemSize(), 0);
-    copy->setNewPath("other");
-    EXPECT_EQ(original->path(), "d") << "the copy is independent";
+    copy->setNewPath(QString());
+    EXPECT_TRUE(copy->path().isNull() && copy->itemName().isNull());
+    copy->setNewPath("a/b");
+    EXPECT_EQ(copy->itemName(), "b");
+    copy->setURIType(3);
+    EXPECT_TRUE(copy->itemPointedToIsAlias() && copy->cstruct()->item_type == 3);
+    EXPECT_TRUE(original->path() == "d" && original->uriType() == 1) << "the copy is independent";
     // No full text (a registered login without a host): no copy.
     const auto hostless = RBURL::initWithString("ftp://h/");
     rpf_url_dealloc(hostless->setCStruct(rpf_url_new(RPF_URL_TYPE_FTP, "me", "pw", nullptr, 21, "p")));
     EXPECT_EQ(hostless->copy(), nullptr);
-}
-
-TEST(RBURL, ChangingPathAndKind)
-{
-    const auto url = RBURL::initWithString("ftp://me:pw@h/pub");
-    url->setNewPath(QString());
-    EXPECT_TRUE(url->path().isNull() && url->itemName().isNull());
-    url->setNewPath("a/b");
-    EXPECT_EQ(url->itemName(), "b");
-    url->setURIType(3);
-    EXPECT_TRUE(url->itemPointedToIsAlias() && url->cstruct()->item_type == 3);
 }
 
 // Tests that reach the session's Secret Service; hosts of their own, removed afterwards.
