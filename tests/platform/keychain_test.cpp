@@ -63,8 +63,8 @@ protected:
     // Items secret-tool finds for these attributes.
     static qsizetype countItems(const QStringList &attributes)
     {
-        static const QRegularExpression itemLine("^\\[/", QRegularExpression::MultilineOption);
-        return run(QStringList{"secret-tool", "search", "--all"} + attributes).out.count(itemLine);
+        const QString out = run(QStringList{"secret-tool", "search", "--all"} + attributes).out;
+        return out.count(QRegularExpression("^\\[/", QRegularExpression::MultilineOption));
     }
     QString find(const QString &user, uint16_t port) { return keychain.findInternetPasswordForHost(host, user, port); }
     // Clears the log, runs the call, and expects exactly this one message.
@@ -82,24 +82,18 @@ protected:
     LogCapture capture;
 };
 
-TEST_F(Keychain, ItemsAreToldApartByUserAndPort)
+// Items are told apart by user and port, and secret-tool finds each with every attribute as stated (printed on
+// standard error): SFTP and AFP logins are stored under "ftp " too.
+TEST_F(Keychain, ItemsAreToldApartAndSecretToolFindsThem)
 {
     const std::tuple<const char *, uint16_t, const char *> rows[] = {
-        {"me", 21, "a"}, {"me", 22, "b"}, {"you", 21, "c"}, {"me", 0, "d"}, {"", 21, "e"}};
+        {"me", 21, "a"}, {"me", 22, "b"}, {"you", 21, "c"}, {"me", 0, "d"}, {"", 21, "e"}, {"me", 548, "f"}};
     for (const auto &[user, port, password] : rows)
         ASSERT_TRUE(keychain.setInternetPassword(password, host, user, port));
-    for (const auto &[user, port, password] : rows)
+    for (const auto &[user, port, password] : rows) {
         EXPECT_EQ(find(user, port), password) << "user \"" << user << "\" port " << port;
-}
-
-// secret-tool finds what RBKeychain stored, with every attribute as stated (printed on standard error):
-// SFTP and AFP logins are stored under "ftp " too.
-TEST_F(Keychain, SecretToolFindsStoredItemsUnderProtocolFtp)
-{
-    for (const uint16_t port : {22, 548}) {
-        ASSERT_TRUE(keychain.setInternetPassword(secret(0), host, "me", port));
-        const QStringList item = attributes("me", port);
-        EXPECT_EQ(run(QStringList{"secret-tool", "lookup"} + item).out, secret(0)) << "port " << port;
+        const QStringList item = attributes(user, port);
+        EXPECT_EQ(run(QStringList{"secret-tool", "lookup"} + item).out, password) << "port " << port;
         const QString err = run(QStringList{"secret-tool", "search"} + item).err;
         for (qsizetype i = 0; i < item.size(); i += 2)
             EXPECT_TRUE(err.contains(QString("attribute.%1 = %2\n").arg(item[i], item[i + 1]))) << err.toStdString();
