@@ -8,6 +8,8 @@
 #include "../keychain_test_support.h"
 #include "../log_capture.h"
 
+#include <QRegularExpression>
+
 using rk::RBURL;
 using rktest::LogCapture;
 
@@ -21,52 +23,42 @@ public:
 };
 testing::Environment *const quietDiagnostics = testing::AddGlobalTestEnvironment(new QuietDiagnostics);
 
-QString nullable(const QString &text)
-{
-    return text.isNull() ? QStringLiteral("<null>") : text;
-}
-
 // "user|password|host|port|path|filename|itemName|flags": a(nonymous) f(tp) s(ftp) l(ocal); no port for local URLs.
 QString describe(const RBURL &url)
 {
-    QString flags;
-    for (const auto &[on, letter] : {std::pair{url.isAnonymous(), 'a'}, std::pair{url.isFTPURL(), 'f'},
-                                     std::pair{url.isSecureFTPURL(), 's'}, std::pair{url.isLocalFileURL(), 'l'}})
-        if (on) flags += letter;
-    return QStringList{url.username(),           nullable(url.password()),
-                       nullable(url.hostname()), url.isLocalFileURL() ? "-" : QString::number(url.port()),
-                       nullable(url.path()),     nullable(url.filename()),
-                       nullable(url.itemName()), flags}
+    const auto nullable = [](const QString &text) { return text.isNull() ? QStringLiteral("<null>") : text; };
+    const QString flags = QString(url.isAnonymous() ? "a" : "") + (url.isFTPURL() ? "f" : "") +
+                          (url.isSecureFTPURL() ? "s" : "") + (url.isLocalFileURL() ? "l" : "");
+    const QString port = url.isLocalFileURL() ? "-" : QString::number(url.port());
+    return QStringList{url.username(),       nullable(url.password()), nullable(url.hostname()), port,
+                       nullable(url.path()), nullable(url.filename()), nullable(url.itemName()), flags}
         .join('|');
 }
 
 #define ANONYMOUS "anonymous|" RPF_URL_ANONYMOUS_PASSWORD
 
+// Rows "text => parts".
 TEST(RBURL, PartsOfParsedTexts)
 {
     const LogCapture capture; // the keychain is asked for the missing passwords
-    const struct {
-        const char *text, *parts;
-    } rows[] = {
-        {"ftp://h/pub", ANONYMOUS "|h|21|pub|pub|pub|af"},
-        {"ftp://host", ANONYMOUS "|host|21|<null>|<null>|<null>|af"},
-        {"ftp://host/", ANONYMOUS "|host|21|<null>|<null>|<null>|af"},
-        {"sftp://me:pw@host:2222/data/sub/", "me|pw|host|2222|data/sub/|sub||s"},
-        {"ftp://me:pw@h/pub/x", "me|pw|h|21|pub/x|x|x|f"},
-        {"file:///Users/x", "No Username|<null>|<null>|-|/Users/x|x|x|l"},
-        {"file:///", "No Username|<null>|<null>|-|/|/||l"},
-        {"afp://guest:x@mac/Vol/f", ANONYMOUS "|mac|548|Vol/f|f|f|a"},
-        {"smb://u:p@pc:445/share", "u|p|pc|445|share|share|share|"},
-    };
-    for (const auto &row : rows) {
-        const auto url = RBURL::initWithString(row.text);
-        ASSERT_TRUE(url) << row.text;
-        EXPECT_EQ(describe(*url), row.parts) << row.text;
-        EXPECT_EQ(url->uriType(), 0) << row.text;
-        EXPECT_FALSE(url->itemPointedToIsADirectory() || url->itemPointedToIsAFile() || url->itemPointedToIsAlias());
+    for (const char *row : {"ftp://h/pub => " ANONYMOUS "|h|21|pub|pub|pub|af",
+                            "ftp://host/ => " ANONYMOUS "|host|21|<null>|<null>|<null>|af",
+                            "sftp://me:pw@host:2222/data/sub/ => me|pw|host|2222|data/sub/|sub||s",
+                            "file:///Users/x => No Username|<null>|<null>|-|/Users/x|x|x|l",
+                            "file:/// => No Username|<null>|<null>|-|/|/||l",
+                            "afp://guest:x@mac/Vol/f => " ANONYMOUS "|mac|548|Vol/f|f|f|a",
+                            "smb://u:p@pc:445/share => u|p|pc|445|share|share|share|"}) {
+        const QStringList textAndParts = QString(row).split(" => ");
+        const auto url = RBURL::initWithString(textAndParts[0]);
+        ASSERT_TRUE(url) << row;
+        EXPECT_EQ(describe(*url), textAndParts[1]) << row;
+        EXPECT_FALSE(url->uriType() || url->itemPointedToIsADirectory() || url->itemPointedToIsAFile() ||
+                     url->itemPointedToIsAlias())
+            << row;
     }
 }
 
+// Refused: NULL answers, and a null string is an assertion failure.
 TEST(RBURL, RefusedTexts)
 {
     for (const char *text : {"http://h/", "", "ftp:/h", "ravix://<ftp://h/d><1><0>"})
@@ -75,120 +67,95 @@ TEST(RBURL, RefusedTexts)
         EXPECT_EQ(RBURL::initWithRavixURLString(text), nullptr) << text;
     EXPECT_EQ(RBURL::initWithRavixURLString(QString()), nullptr);
     EXPECT_EQ(RBURL::newURLByAppending("x", "gopher://h/"), nullptr);
-}
-
-TEST(RBURL, NullStringIsAnAssertionFailure)
-{
     const LogCapture capture;
     try {
         (void)RBURL::initWithString(QString());
         FAIL() << "no assertion failure";
     } catch (const rk::AssertionFailure &failure) {
-        EXPECT_EQ(failure.description(), "URL String Was NULL");
-        EXPECT_EQ(failure.line(), 97);
-        EXPECT_EQ(failure.file(), "RBURL.m");
-        EXPECT_EQ(failure.method(), "-[RBURL initWithString:]");
+        EXPECT_EQ(
+            QString("%1|%2|%3|%4").arg(failure.description()).arg(failure.line()).arg(failure.file(), failure.method()),
+            "URL String Was NULL|97|RBURL.m|-[RBURL initWithString:]");
     }
 }
 
+// Rows "url + item => path".
 TEST(RBURL, AppendingAnItemName)
 {
-    const struct {
-        const char *url, *item, *path;
-    } rows[] = {{"ftp://h/pub", "x", "pub/x"},
-                {"ftp://h/pub/", "x", "pub//x"},
-                {"ftp://h/", "x", "x"}, // no path: the item at the top
-                {"ftp://h", "x", "x"},
-                {"file:///", "x", "/x"},
-                {"file:///tmp", "d\u00e9j\u00e0", "/tmp/d\u00e9j\u00e0"},
-                {"sftp://me:pw@h:2222/a", "b c", "a/b c"}};
-    for (const auto &row : rows) {
-        const auto url = RBURL::newURLByAppending(QString::fromUtf8(row.item), row.url);
-        ASSERT_TRUE(url) << row.url;
-        EXPECT_EQ(url->path(), QString::fromUtf8(row.path)) << row.url << " + " << row.item;
+    for (const char *row :
+         {"ftp://h/pub + x => pub/x", "ftp://h/pub/ + x => pub//x", "ftp://h/ + x => x", "ftp://h + x => x",
+          "file:/// + x => /x", "file:///tmp + d\u00e9j\u00e0 => /tmp/d\u00e9j\u00e0",
+          "sftp://me:pw@h:2222/a + b c => a/b c"}) {
+        const QStringList parts = QString::fromUtf8(row).split(QRegularExpression(" [+=]>? "));
+        const auto url = RBURL::newURLByAppending(parts[1], parts[0]);
+        ASSERT_TRUE(url) << row;
+        EXPECT_EQ(url->path(), parts[2]) << row;
     }
     EXPECT_EQ(RBURL::newURLByAppending("x", "sftp://me:pw@h:2222/a")->urlAsString(), "sftp://me:pw@h:2222/a/x");
 }
 
+// The encapsulated form carries the item kind (1 directory, 2 file, 3 alias) and size, and is written back alike.
 TEST(RBURL, EncapsulatedTexts)
 {
-    const struct {
-        const char *text;
-        int32_t uriType, size;
-        const char *url;
-    } rows[] = {{"ravix://<ftp://h/d><1><0>", 1, 0, "ftp://h/d"},
-                {"ravix://<afp://h/vol/f><2><17>", 2, 17, "afp://h/vol/f"},
-                {"ravix://<file:///tmp/a><3><5>", 3, 5, "file:///tmp/a"},
-                {"ravix://<ftp://me:@h/pub/x><2><4096>", 2, 4096, "ftp://me:@h/pub/x"}};
-    for (const auto &row : rows) {
-        const auto url = RBURL::initWithRavixURLString(row.text);
-        ASSERT_TRUE(url) << row.text;
-        EXPECT_EQ(url->uriType(), row.uriType) << row.text;
-        const bool kinds[] = {url->itemPointedToIsADirectory(), url->itemPointedToIsAFile(),
-                              url->itemPointedToIsAlias()};
-        for (int kind = 1; kind <= 3; ++kind)
-            EXPECT_EQ(kinds[kind - 1], row.uriType == kind) << row.text << " kind " << kind;
-        EXPECT_EQ(url->itemSize(), row.size) << row.text;
-        EXPECT_EQ(url->urlAsCleanString(), row.url) << row.text;
-        // The encapsulated form written back carries the record's size.
-        EXPECT_EQ(url->urlAsRavixStringWithType(row.uriType), row.text) << row.text;
+    const std::tuple<const char *, int32_t, int32_t, const char *> rows[] = {
+        {"ravix://<ftp://h/d><1><0>", 1, 0, "ftp://h/d"},
+        {"ravix://<afp://h/vol/f><2><17>", 2, 17, "afp://h/vol/f"},
+        {"ravix://<file:///tmp/a><3><5>", 3, 5, "file:///tmp/a"},
+        {"ravix://<ftp://me:@h/pub/x><2><4096>", 2, 4096, "ftp://me:@h/pub/x"}};
+    for (const auto &[text, uriType, size, clean] : rows) {
+        const auto url = RBURL::initWithRavixURLString(text);
+        ASSERT_TRUE(url) << text;
+        const int kinds =
+            url->itemPointedToIsADirectory() | url->itemPointedToIsAFile() << 1 | url->itemPointedToIsAlias() << 2;
+        EXPECT_EQ(kinds, 1 << (uriType - 1)) << text;
+        EXPECT_EQ(QString("%1 %2 ").arg(url->uriType()).arg(url->itemSize()) + url->urlAsCleanString(),
+                  QString("%1 %2 %3").arg(uriType).arg(size).arg(clean))
+            << text;
+        EXPECT_EQ(url->urlAsRavixStringWithType(uriType), text) << text;
     }
+}
+
+// The full text, the clean one, and the one without a path.
+QString texts(const RBURL &url)
+{
+    return url.urlAsString() + " " + url.urlAsCleanString() + " " + url.urlWithoutPath();
 }
 
 TEST(RBURL, TextFormsNeverLeakThePasswordButTheFullOne)
 {
     const auto url = RBURL::initWithString("ftp://me:s3cret@h:2121/pub/x");
-    ASSERT_TRUE(url);
-    EXPECT_EQ(url->urlAsString(), "ftp://me:s3cret@h:2121/pub/x");
-    EXPECT_EQ(url->urlAsCleanString(), "ftp://me:@h:2121/pub/x");
-    EXPECT_EQ(url->urlWithoutPath(), "ftp://me:@h:2121/");
+    EXPECT_EQ(texts(*url), "ftp://me:s3cret@h:2121/pub/x ftp://me:@h:2121/pub/x ftp://me:@h:2121/");
     EXPECT_EQ(url->urlAsRavixStringWithType(1), "ravix://<ftp://me:@h:2121/pub/x><1><0>");
-
+    url->setIsAnonymous(true);
+    EXPECT_EQ(describe(*url), ANONYMOUS "|h|2121|pub/x|x|x|af");
+    EXPECT_EQ(url->urlAsString(), "ftp://h:2121/pub/x");
+    url->setIsAnonymous(false);
+    EXPECT_EQ(url->urlAsString(), "ftp://me:s3cret@h:2121/pub/x");
     const auto local = RBURL::newLocalURLForPath(QString::fromUtf8("/tmp/\u00fcber"));
-    ASSERT_TRUE(local);
     EXPECT_TRUE(local->isLocalFileURL());
-    EXPECT_EQ(local->urlAsString(), QString::fromUtf8("file:///tmp/\u00fcber"));
-    EXPECT_EQ(local->urlWithoutPath(), "file://");
+    EXPECT_EQ(texts(*local), QString::fromUtf8("file:///tmp/\u00fcber file:///tmp/\u00fcber file://"));
     EXPECT_EQ(local->uriType(), 0);
 }
 
-TEST(RBURL, CopyCarriesThePasswordButNotTheItemKind)
+// A copy carries the password but not the item kind, and changes apart from the original.
+TEST(RBURL, CopyAndChanging)
 {
     const auto original = RBURL::initWithRavixURLString("ravix://<ftp://me:@h/d><1><512>");
-    ASSERT_TRUE(original);
     rpf_url_set_passWord(original->cstruct(), "pw");
     const auto copy = original->copy();
     ASSERT_TRUE(copy);
-    EXPECT_NE(copy->cstruct(), original->cstruct());
-    EXPECT_EQ(copy->password(), "pw");
-    EXPECT_EQ(copy->path(), "d");
-    EXPECT_EQ(copy->uriType(), 0);
-    EXPECT_EQ(copy->itemSize(), 0);
-    copy->setNewPath("other");
-    EXPECT_EQ(original->path(), "d") << "the copy is independent";
+    EXPECT_EQ(describe(*copy), "me|pw|h|21|d|d|d|f");
+    EXPECT_EQ(copy->uriType() + copy->itemSize(), 0);
+    copy->setNewPath(QString());
+    EXPECT_TRUE(copy->path().isNull() && copy->itemName().isNull());
+    copy->setNewPath("a/b");
+    EXPECT_EQ(copy->itemName(), "b");
+    copy->setURIType(3);
+    EXPECT_TRUE(copy->itemPointedToIsAlias() && copy->cstruct()->item_type == 3);
+    EXPECT_TRUE(original->path() == "d" && original->uriType() == 1) << "the copy is independent";
     // No full text (a registered login without a host): no copy.
     const auto hostless = RBURL::initWithString("ftp://h/");
     rpf_url_dealloc(hostless->setCStruct(rpf_url_new(RPF_URL_TYPE_FTP, "me", "pw", nullptr, 21, "p")));
     EXPECT_EQ(hostless->copy(), nullptr);
-}
-
-TEST(RBURL, Changing)
-{
-    const auto url = RBURL::initWithString("ftp://me:pw@h/pub");
-    ASSERT_TRUE(url);
-    url->setIsAnonymous(true);
-    EXPECT_TRUE(url->isAnonymous());
-    EXPECT_EQ(url->username(), "anonymous");
-    EXPECT_EQ(url->urlAsString(), "ftp://h/pub");
-    url->setIsAnonymous(false);
-    EXPECT_EQ(url->urlAsString(), "ftp://me:pw@h/pub");
-    url->setNewPath(QString());
-    EXPECT_TRUE(url->path().isNull() && url->itemName().isNull());
-    url->setNewPath("a/b");
-    EXPECT_EQ(url->itemName(), "b");
-    url->setURIType(3);
-    EXPECT_TRUE(url->itemPointedToIsAlias());
-    EXPECT_EQ(url->cstruct()->item_type, 3);
 }
 
 // Tests that reach the session's Secret Service; hosts of their own, removed afterwards.
@@ -207,23 +174,20 @@ protected:
     std::shared_ptr<RBURL> url(const char *pattern) const { return RBURL::initWithString(QString(pattern).arg(host)); }
     QString host;
     rk::RBKeychain &keychain = rk::RBKeychain::sharedKeychain();
+    const LogCapture capture;
 };
 
-// Not found is not remembered; once found, the URL keeps what it was told.
+// Not found is not remembered; once found, the URL keeps what it was told. Anonymous logins never ask.
 TEST_F(RBURLKeychain, PasswordAsksTheKeychainUntilFound)
 {
-    const LogCapture capture;
     const auto sftp = url("sftp://me:@%1/data");
-    ASSERT_TRUE(sftp);
     EXPECT_TRUE(sftp->password().isNull());
     EXPECT_EQ(capture.lines(), QStringList({"RBKeychain : No Item Found"}));
     ASSERT_TRUE(keychain.setInternetPassword("first-kc", host, "me", 22));
     EXPECT_EQ(sftp->password(), "first-kc");
     ASSERT_TRUE(keychain.setInternetPassword("second-kc", host, "me", 22));
     EXPECT_EQ(sftp->password(), "first-kc");
-    EXPECT_EQ(sftp->urlAsString(), QString("sftp://me:first-kc@%1/data").arg(host));
-    EXPECT_EQ(sftp->urlAsCleanString(), QString("sftp://me:@%1/data").arg(host));
-    // Anonymous logins have their own password and never ask.
+    EXPECT_EQ(texts(*sftp), QString("sftp://me:first-kc@%1/data sftp://me:@%1/data sftp://me:@%1/").arg(host));
     capture.lines().clear();
     EXPECT_EQ(url("ftp://%1/")->password(), RPF_URL_ANONYMOUS_PASSWORD);
     EXPECT_TRUE(capture.lines().isEmpty());
@@ -238,7 +202,6 @@ TEST_F(RBURLKeychain, SavingThePassword)
     rpf_url_dealloc(
         local->setCStruct(rpf_url_new(RPF_URL_TYPE_FILE, "me", "local-pw", host.toUtf8().constData(), 0, "/tmp")));
     EXPECT_TRUE(local->_savePasswordInKeychain());
-    const LogCapture capture;
     EXPECT_TRUE(keychain.findInternetPasswordForHost(host, "me", 0).isNull());
     // No password anywhere, or no host: NO.
     EXPECT_FALSE(url("ftp://me:@%1x/")->_savePasswordInKeychain());
@@ -249,7 +212,7 @@ TEST_F(RBURLKeychain, DumpShowsThePasswordOnItsOwnLineOnly)
 {
     ASSERT_TRUE(keychain.setInternetPassword("dump-pw", host, "me", 21));
     const auto ftp = url("ftp://me:@%1:21/pub/x");
-    const LogCapture capture;
+    capture.lines().clear();
     ftp->dump();
     const QString expected = QString("RBURL Dump\n\tGeneral Info\n\t\tUsername : me\n\t\tPassword : dump-pw\n"
                                      "\t\tPort : 21\n\t\tPath/Share : pub/x\n\t\tHostname : %1\n\tOutput Formats\n"
