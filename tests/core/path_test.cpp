@@ -111,21 +111,21 @@ TEST(StringUtilities, Extension)
 
 TEST(StringUtilities, ExtensionWithKnownLength)
 {
-    char buffer[8];
-    char *destination = buffer;
-    EXPECT_EQ(rpf_string_get_extension_with_known_length("a.txt", &destination, 4), 1);
-    EXPECT_STREQ(buffer, "txt");
-    std::strcpy(buffer, "keep");
-    EXPECT_EQ(rpf_string_get_extension_with_known_length("a.txt", &destination, 3), 0);
-    EXPECT_EQ(rpf_string_get_extension_with_known_length("a.txt \n", &destination, 4), 1);
-    EXPECT_STREQ(buffer, "txt");
-    std::strcpy(buffer, "keep");
-    EXPECT_EQ(rpf_string_get_extension_with_known_length("txt", &destination, 4), 0); // no room for the dot
-    EXPECT_EQ(rpf_string_get_extension_with_known_length("txt", &destination, 0), 0);
-    EXPECT_EQ(rpf_string_get_extension_with_known_length("", &destination, 1), 0);
-    EXPECT_STREQ(buffer, "keep");
-    EXPECT_EQ(rpf_string_get_extension_with_known_length("a.", &destination, 1), 1);
-    EXPECT_STREQ(buffer, "");
+    // The destination keeps "keep" unless the call answers 1.
+    const struct {
+        const char *name;
+        size_t size;
+        int answer;
+        const char *buffer;
+    } rows[] = {{"a.txt", 4, 1, "txt"}, {"a.txt", 3, 0, "keep"}, {"a.txt \n", 4, 1, "txt"}, {"txt", 4, 0, "keep"},
+                {"txt", 0, 0, "keep"},  {"", 1, 0, "keep"},      {"a.", 1, 1, ""}};
+    for (const auto &row : rows) {
+        char buffer[8] = "keep";
+        char *destination = buffer;
+        EXPECT_EQ(rpf_string_get_extension_with_known_length(row.name, &destination, row.size), row.answer)
+            << '"' << row.name << "\", " << row.size;
+        EXPECT_STREQ(buffer, row.buffer) << '"' << row.name << "\", " << row.size;
+    }
 }
 
 TEST(PointerArray, AppendFindAndBounds)
