@@ -1,16 +1,9 @@
 // Any text through the parser chain and each parser alone, then every accessor and text form of the record: no form
 // is longer than the text plus 64 (prefix, separators, port, numbers); the encapsulated one ignores the password.
-#include <rkcore/rpf_diagnostics.h>
-#include <rkcore/rpf_url.h>
+#include "fuzz_url.h"
 
-#include <cstdlib>
-
-#include "fuzz_input.h"
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
+static void check(const uint8_t *, size_t, const std::string &text)
 {
-    rpf_diagnostics_set_stream(nullptr);
-    const std::string text = rkfuzz::text(data, size);
     const auto take = [limit = text.size() + 64](char *form) { // the form, "<null>" for null; freed
         const std::string taken = form != nullptr ? form : "<null>";
         std::free(form);
@@ -32,5 +25,4 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         if (status != 0 && status != 1) std::abort();
         rpf_url_dealloc(record);
     }
-    return 0;
 }
