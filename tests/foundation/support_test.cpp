@@ -15,6 +15,7 @@ using rktest::LogCapture;
 
 namespace {
 
+const int assertLine = __LINE__ + 3;
 int assertOnNull(const char *argument)
 {
     RK_PARAMETER_ASSERT(argument != nullptr, nullptr);
@@ -30,15 +31,17 @@ TEST(Assertions, ParameterAssertionNamesTheCondition)
         FAIL() << "no assertion failure";
     } catch (const rk::AssertionFailure &failure) {
         EXPECT_EQ(failure.description(), "Invalid parameter not satisfying: argument != nullptr");
+        EXPECT_STREQ(failure.what(), "Invalid parameter not satisfying: argument != nullptr");
         EXPECT_TRUE(failure.file().endsWith("support_test.cpp")) << failure.file().toStdString();
         EXPECT_EQ(failure.method(), "assertOnNull");
-        EXPECT_GT(failure.line(), 0);
-        EXPECT_STREQ(failure.what(), "Invalid parameter not satisfying: argument != nullptr");
+        EXPECT_EQ(failure.line(), assertLine);
     }
     ASSERT_EQ(LogCapture::lines().size(), 1);
     EXPECT_TRUE(LogCapture::lines().first().startsWith("*** Assertion failure in assertOnNull"));
 }
 
+// Replaced handlers are called and the old ones come back; the default alert, without a GUI, is a log line
+// answering the default button.
 TEST(Alerts, HandlersReplaceAndRestoreTheDefaults)
 {
     const rk::Alert alert{.title = "Sorry", .message = "It broke", .alternateButton = {}, .otherButton = {}};
@@ -53,44 +56,36 @@ TEST(Alerts, HandlersReplaceAndRestoreTheDefaults)
     rk::beep();
     rk::terminateApplication();
     EXPECT_EQ(calls, QStringList({"Sorry/It broke/OK", "beep", "quit"}));
-    rk::setAlertHandler(oldAlert);
-    rk::setBeepHandler(oldBeep);
-    rk::setTerminateHandler(oldTerminate);
-    // The default alert, without a GUI, is a log line answering the default button.
+    rk::setAlertHandler(oldAlert), rk::setBeepHandler(oldBeep), rk::setTerminateHandler(oldTerminate);
     const LogCapture capture;
     EXPECT_EQ(rk::runAlert(alert), 0);
     EXPECT_EQ(LogCapture::lines(), QStringList({"Alert: Sorry: It broke"}));
 }
 
-TEST(Resources, CompiledInInfoPlistAndTheTestOverride)
+// The compiled-in Info.plist, then a test override directory: with it only that directory counts, and names
+// outside the resources are never resolved.
+TEST(Resources, CompiledInInfoPlistTheTestOverrideAndNamesThatAreNeverResources)
 {
     rk::setFrameworkResourceDirectory({});
-    const std::optional<QByteArray> info = rk::frameworkResourceData("Info.plist");
-    ASSERT_TRUE(info.has_value());
-    const std::optional<QVariant> plist = rk::PropertyList::fromData(*info);
+    const std::optional<QVariant> plist =
+        rk::PropertyList::fromData(rk::frameworkResourceData("Info.plist").value_or(""));
     ASSERT_TRUE(plist.has_value());
     EXPECT_EQ(plist->toMap().value("CFBundleIdentifier").toString(), "org.ravix.RKCore");
     EXPECT_EQ(rk::frameworkResourcePath("Info.plist"), ":/rkcore/Info.plist");
-
+    for (const char *name : {"", "/etc/passwd", "../Info.plist", "a/../Info.plist", ":/rkcore/Info.plist", "a//b",
+                             "./Info.plist", "Missing.plist"}) {
+        EXPECT_TRUE(rk::frameworkResourcePath(name).isNull()) << "name: " << name;
+        EXPECT_FALSE(rk::frameworkResourceData(name).has_value()) << "name: " << name;
+    }
     QTemporaryDir directory;
     QFile replacement(directory.filePath("KeyCodes.plist"));
     ASSERT_TRUE(replacement.open(QIODevice::WriteOnly) && replacement.write("replaced") == 8);
     replacement.close();
     rk::setFrameworkResourceDirectory(directory.path());
     EXPECT_EQ(rk::frameworkResourceData("KeyCodes.plist"), QByteArray("replaced"));
-    EXPECT_TRUE(rk::frameworkResourcePath("Info.plist").isNull())
-        << "with an override only the override directory counts";
+    EXPECT_TRUE(rk::frameworkResourcePath("Info.plist").isNull());
     rk::setFrameworkResourceDirectory({});
     EXPECT_FALSE(rk::frameworkResourcePath("Info.plist").isNull());
-}
-
-TEST(Resources, NamesThatAreNeverResources)
-{
-    for (const char *name : {"", "/etc/passwd", "../Info.plist", "a/../Info.plist", ":/rkcore/Info.plist", "a//b",
-                             "./Info.plist", "Missing.plist"}) {
-        EXPECT_TRUE(rk::frameworkResourcePath(name).isNull()) << "name: " << name;
-        EXPECT_FALSE(rk::frameworkResourceData(name).has_value()) << "name: " << name;
-    }
 }
 
 } // namespace
