@@ -43,8 +43,8 @@ TEST(NotificationCenter, DeliversByNameAndSender)
     }
 }
 
-// Observers run in registration order. A removal during a post takes effect at once, even for the running
-// callback; an addition waits for the next post.
+// Observers run in registration order; a removal during a post acts at once (even on the running callback),
+// an addition from the next post.
 TEST(NotificationCenter, ChangesDuringAPost)
 {
     NotificationCenter center;
@@ -80,8 +80,7 @@ TEST(NotificationCenter, ChangesDuringAPost)
     EXPECT_EQ(center.observerCount(), 0);
 }
 
-// Posting, adding and removing from several threads at once: every post must
-// reach the permanent observer, and nothing may race (run under TSan too).
+// Posting, adding and removing from several threads: every post reaches the permanent observer (TSan too).
 TEST(NotificationCenter, ConcurrentPostsAndRegistrations)
 {
     NotificationCenter center;

@@ -46,13 +46,9 @@ TEST(PropertyList, ReadsAKnownXmlDocument)
 {
     const QByteArray xml = R"(<?xml version="1.0" encoding="UTF-8"?>
 <!DOCTYPE plist PUBLIC "-//Apple//DTD PLIST 1.0//EN" "http://www.apple.com/DTDs/PropertyList-1.0.dtd">
-<plist version="1.0"><dict>
-  <key>Epoch</key><date>2001-01-01T00:00:00Z</date>
-  <key>Types</key><array><string>public.jpeg</string><string>com.apple.pict</string></array>
-  <key>Size</key><integer>-3</integer>
-  <key>Data</key><data>AAEC</data>
-  <key>Real</key><real>1.5</real>
-  <key>Yes</key><true/>
+<plist version="1.0"><dict><key>Epoch</key><date>2001-01-01T00:00:00Z</date>
+  <key>Types</key><array><string>public.jpeg</string><string>com.apple.pict</string></array><key>Size</key>
+  <integer>-3</integer><key>Data</key><data>AAEC</data><key>Real</key><real>1.5</real><key>Yes</key><true/>
 </dict></plist>)";
     const QVariantMap map = plist::fromData(xml).value_or(QVariant()).toMap();
     EXPECT_EQ(map.value("Epoch").toDateTime().toSecsSinceEpoch(), 978307200);
