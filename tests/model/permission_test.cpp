@@ -21,7 +21,6 @@ TEST(RBPermission, ValuesFromANumberOrTheListingText)
                 {-1, 1, "--x"}, // one digit is the owner's, and gives one triple
                 {"-rwxr-xr-x", 755, "rwxr-xr-x"},
                 {"drwsr-xr-x", 655, "rw-r-xr-x"},
-                {"----------", 0, "---"},
                 {"-rwsr-sr-t", 644, "rw-r--r--"}, // the listing text never sets a flag
                 {"rwxr-xr-x", 1, "--x"},
                 {"", 1, "--x"}, // nine characters (stringValue's own form) read as -1: world execute
