@@ -40,8 +40,7 @@ TEST(LocalPort, DeliversOnTheCreatingThreadInEachSendersOrder)
     std::vector<int> lastSeen(kThreads, -1);
     int total = 0;
     bool ordered = true, onCreatingThread = true;
-    QThread *const creator = QThread::currentThread();
-    LocalPort port([&](const QVariant &message) {
+    LocalPort port([&, creator = QThread::currentThread()](const QVariant &message) {
         const int thread = message.toList().at(0).toInt(), index = message.toList().at(1).toInt();
         onCreatingThread = onCreatingThread && QThread::currentThread() == creator;
         ordered = ordered && index == std::exchange(lastSeen[static_cast<size_t>(thread)], index) + 1;

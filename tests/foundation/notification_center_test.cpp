@@ -66,17 +66,15 @@ TEST(NotificationCenter, ChangesDuringAPost)
     EXPECT_EQ(log.join(' '), "self killer adder | killer added");
     EXPECT_EQ(center.observerCount(), 2);
     // Removal by name and sender takes only the matching registrations; an empty callback is not registered.
-    center.removeObserver(&killer);
-    center.removeObserver(&added);
     const auto none = [](const Notification &) {};
     center.addObserver(&self, "A", &senderA, none);
     center.addObserver(&self, "A", &senderB, none);
     center.addObserver(&self, "B", &senderA, none);
     center.removeObserver(&self, "A", &senderB);
-    EXPECT_EQ(center.observerCount(), 2);
+    EXPECT_EQ(center.observerCount(), 4);
     center.removeObserver(&self, QString(), &senderA);
     center.addObserver(&self, QString(), nullptr, NotificationCenter::Callback());
-    EXPECT_EQ(center.observerCount(), 0);
+    EXPECT_EQ(center.observerCount(), 2) << "killer and added are left";
 }
 
 // Posting, adding and removing from several threads: every post reaches the permanent observer (TSan too).

@@ -75,18 +75,12 @@ TEST(PropertyList, RefusesCorruptInputAndValuesWithoutAPlistForm)
     const QString path = directory.filePath("Data Types.plist");
     ASSERT_TRUE(plist::writeFile(QVariantMap{{"a", 1}}, path, Format::Binary));
     const std::optional<QVariant> first = plist::readFile(path);
-    ASSERT_TRUE(first.has_value());
-    EXPECT_EQ(first->toMap().value("a").toLongLong(), 1);
-    const struct {
-        const char *label;
-        QVariant value;
-    } rows[] = {{"nested too deeply", tooDeep},
-                {"a size in a list", QVariantMap{{"a", QVariantList{QVariant::fromValue(QSize(1, 2))}}}},
-                {"an unsigned beyond qint64", QVariant(std::numeric_limits<qulonglong>::max())},
-                {"an invalid date", QVariant(QDateTime())}};
-    for (const auto &row : rows) {
-        EXPECT_FALSE(plist::toData(row.value).has_value()) << row.label;
-        EXPECT_FALSE(plist::writeFile(row.value, path)) << row.label;
+    ASSERT_EQ(first.value_or(QVariant()).toMap().value("a").toLongLong(), 1);
+    // Nested too deeply, a size in a list, an unsigned beyond qint64, an invalid date.
+    for (const QVariant &value : {tooDeep, QVariant(QVariantMap{{"a", QVariantList{QVariant::fromValue(QSize(1, 2))}}}),
+                                  QVariant(std::numeric_limits<qulonglong>::max()), QVariant(QDateTime())}) {
+        EXPECT_FALSE(plist::toData(value).has_value()) << value.typeName();
+        EXPECT_FALSE(plist::writeFile(value, path)) << value.typeName();
     }
     EXPECT_EQ(plist::readFile(path), first) << "the earlier file is untouched";
     EXPECT_FALSE(plist::writeFile(QVariantMap{}, directory.filePath("no/such/dir.plist")));

@@ -1,4 +1,3 @@
-// Assertions, the logging category, alerts and framework resources.
 #include <rkcore/Alert.h>
 #include <rkcore/AssertionFailure.h>
 #include <rkcore/FrameworkResources.h>
@@ -52,8 +51,7 @@ TEST(Alerts, HandlersReplaceAndRestoreTheDefaults)
     const auto oldBeep = rk::setBeepHandler([&calls] { calls << "beep"; });
     const auto oldTerminate = rk::setTerminateHandler([&calls] { calls << "quit"; });
     EXPECT_EQ(rk::runAlert(alert), 1);
-    rk::beep();
-    rk::terminateApplication();
+    rk::beep(), rk::terminateApplication();
     EXPECT_EQ(calls, QStringList({"Sorry/It broke/OK", "beep", "quit"}));
     rk::setAlertHandler(oldAlert), rk::setBeepHandler(oldBeep), rk::setTerminateHandler(oldTerminate);
     const LogCapture capture;
