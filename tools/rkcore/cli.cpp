@@ -1,5 +1,6 @@
 #include "cli.h"
 
+#include <algorithm>
 #include <cstdio>
 
 namespace rkcli {
@@ -59,6 +60,31 @@ bool singleArgument(const char *command, const QStringList &arguments, QString &
         return false;
     }
     value = values.first();
+    return true;
+}
+
+bool splitArguments(const char *command, const QStringList &arguments, std::initializer_list<Flag> flags,
+                    QStringList &positional)
+{
+    bool optionsEnded = false;
+    for (const QString &argument : arguments) {
+        if (optionsEnded || argument.size() < 2 || !argument.startsWith(QLatin1Char('-'))) {
+            positional << argument;
+            continue;
+        }
+        if (argument == QLatin1String("--")) {
+            optionsEnded = true;
+            continue;
+        }
+        const Flag *flag = std::find_if(flags.begin(), flags.end(),
+                                        [&argument](const Flag &f) { return argument == QLatin1String(f.name); });
+        if (flag == flags.end()) {
+            usageError(
+                QStringLiteral("%1: unknown option %2 (see rkcore --help)").arg(QLatin1String(command), argument));
+            return false;
+        }
+        *flag->given = true;
+    }
     return true;
 }
 

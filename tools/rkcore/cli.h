@@ -5,6 +5,7 @@
 #include <QStringList>
 
 #include <cstdlib>
+#include <initializer_list>
 #include <memory>
 
 namespace rkcli {
@@ -44,5 +45,18 @@ namespace rkcli {
 // may begin with '-', as "-rwxr-xr-x" does): stores it in `value` and returns
 // true, or reports a usage error and returns false.
 bool singleArgument(const char *command, const QStringList &arguments, QString &value);
+
+// A flag option (no value) and where to record that it was given.
+struct Flag {
+    const char *name; // "--bytes"
+    bool *given;
+};
+
+// Splits `arguments` into the given flags and the positional arguments; "--"
+// ends the options. Any other argument of two or more characters starting
+// with '-' before "--" is reported as "<command>: unknown option X" and gives
+// false.
+bool splitArguments(const char *command, const QStringList &arguments, std::initializer_list<Flag> flags,
+                    QStringList &positional);
 
 } // namespace rkcli

@@ -92,20 +92,9 @@ std::optional<QString> readPassword()
 bool parse(const QStringList &arguments, Request &request)
 {
     QStringList positional;
-    bool optionsEnded = false;
-    for (const QString &argument : arguments) {
-        if (!optionsEnded && argument == QLatin1String("--")) {
-            optionsEnded = true;
-        } else if (!optionsEnded && argument == QLatin1String("--generic")) {
-            request.generic = true;
-        } else if (!optionsEnded && argument == QLatin1String("--show")) {
-            request.show = true;
-        } else if (!optionsEnded && argument.startsWith(QLatin1String("--"))) {
-            usageError(QStringLiteral("keychain: unknown option %1").arg(argument));
-            return false;
-        } else {
-            positional << argument;
-        }
+    if (!splitArguments("keychain", arguments, {{"--generic", &request.generic}, {"--show", &request.show}},
+                        positional)) {
+        return false;
     }
     static const QStringList actions{QStringLiteral("set"), QStringLiteral("find"), QStringLiteral("delete")};
     const qsizetype most = request.generic ? 3 : 4;

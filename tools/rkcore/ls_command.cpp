@@ -47,26 +47,15 @@ enum Column { kMode, kLinks, kOwner, kGroup, kSize, kDate, kColumns };
 
 bool parseOptions(const QStringList &arguments, Options &options)
 {
-    bool pathSeen = false;
-    bool optionsEnded = false;
-    for (const QString &argument : arguments) {
-        if (!optionsEnded && argument == QLatin1String("--")) {
-            optionsEnded = true;
-        } else if (!optionsEnded && argument == QLatin1String("--bytes")) {
-            options.bytes = true;
-        } else if (!optionsEnded && argument == QLatin1String("--raw")) {
-            options.raw = true;
-        } else if (!optionsEnded && argument.size() > 1 && argument.startsWith(QLatin1Char('-'))) {
-            usageError(QStringLiteral("ls: unknown option %1 (see rkcore --help)").arg(argument));
-            return false;
-        } else if (pathSeen) {
-            usageError(QStringLiteral("ls takes at most one path (see rkcore --help)"));
-            return false;
-        } else {
-            options.path = argument;
-            pathSeen = true;
-        }
+    QStringList positional;
+    if (!splitArguments("ls", arguments, {{"--bytes", &options.bytes}, {"--raw", &options.raw}}, positional)) {
+        return false;
     }
+    if (positional.size() > 1) {
+        usageError(QStringLiteral("ls takes at most one path (see rkcore --help)"));
+        return false;
+    }
+    if (!positional.isEmpty()) options.path = positional.first();
     return true;
 }
 
