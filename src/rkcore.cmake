@@ -16,6 +16,11 @@ add_library(rkcore
   model/RBKeychain.cpp
   model/RBPermission.cpp
   model/RBURL.cpp
+  platform/Applications.cpp
+  platform/DesktopEntry.cpp
+  platform/FileCatalog.cpp
+  platform/IconTheme.cpp
+  platform/MountTable.cpp
   platform/SecretService.cpp)
 add_library(RKCore::rkcore ALIAS rkcore)
 generate_export_header(rkcore BASE_NAME RKCORE EXPORT_FILE_NAME ${PROJECT_BINARY_DIR}/include/rkcore/rkcore_export.h)
@@ -34,6 +39,8 @@ target_compile_definitions(rkcore PRIVATE QT_NO_KEYWORDS)
 target_link_libraries(rkcore
   # Qt Core: strings, containers, the event loop and logging appear in the headers.
   PUBLIC Qt6::Core
+  # Qt Gui: icons and badges are QImages in the object layer's headers.
+  PUBLIC Qt6::Gui
   # The C core: the classes wrap its records and headers name them.
   PUBLIC RKCore::rpf
   PRIVATE PkgConfig::RKCORE_PLIST PkgConfig::RKCORE_SECRET $<BUILD_INTERFACE:rkcore_warnings>)
