@@ -21,6 +21,7 @@ add_library(rkcore
   platform/FileCatalog.cpp
   platform/IconTheme.cpp
   platform/MountTable.cpp
+  platform/RegularFile.cpp
   platform/SecretService.cpp)
 add_library(RKCore::rkcore ALIAS rkcore)
 generate_export_header(rkcore BASE_NAME RKCORE EXPORT_FILE_NAME ${PROJECT_BINARY_DIR}/include/rkcore/rkcore_export.h)
@@ -32,7 +33,17 @@ target_include_directories(rkcore PUBLIC
 # The framework's own resources, compiled in under :/rkcore/.
 configure_file(${PROJECT_SOURCE_DIR}/resources/Info.plist.in ${PROJECT_BINARY_DIR}/resources/Info.plist @ONLY)
 set_source_files_properties(${PROJECT_BINARY_DIR}/resources/Info.plist PROPERTIES QT_RESOURCE_ALIAS Info.plist)
-qt_add_resources(rkcore rkcore_resources PREFIX /rkcore FILES ${PROJECT_BINARY_DIR}/resources/Info.plist)
+# The badges are drawn at build time by the project's own generator.
+add_executable(rkcore_make_badges ${PROJECT_SOURCE_DIR}/resources/badges/make_badges.cpp)
+target_link_libraries(rkcore_make_badges PRIVATE Qt6::Gui rkcore_warnings)
+set(RKCORE_BADGES ${PROJECT_BINARY_DIR}/resources/AliasBadge.png ${PROJECT_BINARY_DIR}/resources/LockedBadge.png)
+add_custom_command(OUTPUT ${RKCORE_BADGES}
+  COMMAND rkcore_make_badges ${PROJECT_BINARY_DIR}/resources
+  DEPENDS rkcore_make_badges
+  COMMENT "Drawing the badges")
+set_source_files_properties(${PROJECT_BINARY_DIR}/resources/AliasBadge.png PROPERTIES QT_RESOURCE_ALIAS AliasBadge.png)
+set_source_files_properties(${PROJECT_BINARY_DIR}/resources/LockedBadge.png PROPERTIES QT_RESOURCE_ALIAS LockedBadge.png)
+qt_add_resources(rkcore rkcore_resources PREFIX /rkcore FILES ${PROJECT_BINARY_DIR}/resources/Info.plist ${RKCORE_BADGES})
 
 # Library code spells Qt keywords out (Q_SIGNALS ...): GLib headers use "signals" as a name.
 target_compile_definitions(rkcore PRIVATE QT_NO_KEYWORDS)

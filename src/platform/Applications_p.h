@@ -52,11 +52,12 @@ std::optional<QVariantMap> bundleInfoDictionary(const QByteArray &folder);
 uint32_t folderItemFlags(const QByteArray &folder, const MountTable &mounts);
 
 // Whether the regular file at `path` is an application program: an ELF file
-// whose header says executable (ET_EXEC, or ET_DYN with a program
-// interpreter, as PIE programs are; shared libraries are not), or an AppImage
-// (ELF with "AI" and type 1 or 2 at offset 8). Reads at most the ELF header and
-// program headers (a few KiB). false for anything else, unreadable, or not a
-// regular file.
+// whose header says executable (ET_EXEC, or ET_DYN marked position-independent
+// by DF_1_PIE in its dynamic section, or, from older linkers, with a program
+// interpreter and no soname; shared libraries are not, even libc with its
+// interpreter), or an AppImage (ELF with "AI" and type 1 or 2 at offset 8).
+// Reads at most the ELF header, the program headers and the dynamic section
+// (bounded). false for anything else, unreadable, or not a regular file.
 bool isExecutableProgram(const char *path);
 
 } // namespace rk::platform

@@ -12,15 +12,34 @@
 #include <QHash>
 #include <QString>
 
+#include <cstddef>
 #include <optional>
 
 namespace rk::platform {
+
+// One line of /proc/self/mountinfo, the fields the table keeps, with the
+// kernel's octal escapes decoded.
+struct MountInfoLine {
+    QByteArray mountPoint; // field 5
+    QByteArray fsType;     // the first field after the "-" separator
+    QByteArray source;     // the second field after it
+};
+
+// Parses one line (without its newline). Nothing for a line that lacks a
+// field, the separator, has a mount point that is not absolute, or decodes to
+// a NUL byte.
+std::optional<MountInfoLine> parseMountInfoLine(const char *line, std::size_t length);
 
 class MountTable final {
 public:
     // The current table. An unreadable mountinfo gives a table that holds only
     // "/" (the root is always a volume).
     static MountTable snapshot();
+
+    // The table a mountinfo text describes (tests, and snapshot() itself).
+    // Damaged lines are skipped; a later line for the same mount point wins
+    // (it is mounted over the earlier one). "/" is always present.
+    static MountTable fromMountInfo(const QByteArray &text);
 
     // Whether `path` (absolute, no trailing "/" except for "/" itself) is a
     // mount point. The path is compared as given: resolve links first.
