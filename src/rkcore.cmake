@@ -13,12 +13,17 @@ add_library(rkcore
   foundation/Logging.cpp
   foundation/NotificationCenter.cpp
   foundation/PropertyList.cpp
+  model/RBFileSystemObject.cpp
+  model/RBFileSystemObject+Filtering.cpp
+  model/RBFileSystemObject+Icons.cpp
+  model/RBFileSystemObject+Identification.cpp
   model/RBKeychain.cpp
   model/RBPermission.cpp
   model/RBURL.cpp
   platform/Applications.cpp
   platform/DesktopEntry.cpp
   platform/FileCatalog.cpp
+  platform/HiddenFile.cpp
   platform/IconTheme.cpp
   platform/MountTable.cpp
   platform/RegularFile.cpp

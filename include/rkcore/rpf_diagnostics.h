@@ -33,6 +33,11 @@ RPF_EXPORT void rpf_diagnostics_set_callback(rpf_diagnostic_callback callback, v
 /* Back to the default: standard output. */
 RPF_EXPORT void rpf_diagnostics_reset(void);
 
+/* Writes `line` and a newline as a diagnostic, as puts() would: the object
+ * layer's standard-output lines go the same way as the core's. Null is
+ * ignored. */
+RPF_EXPORT void rpf_diagnostics_write_line(const char *line);
+
 #ifdef __cplusplus
 }
 #endif

@@ -88,3 +88,8 @@ void rpf_diag_printf(const char *format, ...)
     va_end(again);
     va_end(args);
 }
+
+void rpf_diagnostics_write_line(const char *line)
+{
+    if (line != NULL) rpf_diag_line(line);
+}

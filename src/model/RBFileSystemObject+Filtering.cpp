@@ -1,0 +1,361 @@
+// A folder's children: gathered from its record into the full list, thinned
+// into the visible list, and sorted on one of four attributes. And the name
+// functions a browser uses to decide what to hide.
+#include <rkcore/RBFileSystemObject.h>
+
+#include "../platform/MountTable_p.h"
+#include "RBFileSystemObject_p.h"
+
+#include <QSet>
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include <regex.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+
+namespace rk {
+
+namespace {
+
+constexpr const char *kResourceForkAttribute = "user.com.apple.ResourceFork";
+
+// The list that readers and the sort work on.
+RBFileSystemObjectList &listInForce(RBFileSystemObjectPrivate &state)
+{
+    return state._isFiltered ? state._unfilteredItems : state.actualContents;
+}
+
+int32_t compareValues(auto a, auto b)
+{
+    return a > b ? 1 : (a < b ? -1 : 0);
+}
+
+// A case-insensitive sort key: the name case-folded, compared as UTF-16.
+QString foldedName(const RBFileSystemObject &object)
+{
+    return object.name().toCaseFolded();
+}
+
+// The same key without going through the complete path as a string: the last
+// component of the record's path, when nothing overrides the name.
+QString foldedNameFast(const RBFileSystemObject &object, const QString &overridePath)
+{
+    const rpf_fso *record = object.cstruct();
+    if (!overridePath.isNull() || record == nullptr || record->complete_path == nullptr || object.isVolume())
+        return foldedName(object);
+    const char *path = record->complete_path;
+    size_t length = std::strlen(path);
+    while (length > 1 && path[length - 1] == '/')
+        --length;
+    if (length == 1 && path[0] == '/') return QStringLiteral("/");
+    size_t start = length;
+    while (start > 0 && path[start - 1] != '/')
+        --start;
+    return QString::fromUtf8(path + start, static_cast<qsizetype>(length - start)).toCaseFolded();
+}
+
+// The total size the size column shows for an item that is not a folder: the
+// data fork (a link's own length) and the resource fork, in bytes; a remote
+// item's size from its record. 0 when it cannot be read.
+uint64_t totalSizeOf(const RBFileSystemObject &object)
+{
+    const rpf_fso *record = object.cstruct();
+    if (record == nullptr) return 0;
+    if (!object.isLocal()) return static_cast<uint64_t>(static_cast<int64_t>(record->size));
+    const QByteArray path = pathBytes(object.completePath());
+    const bool ownEntry = object.isLink();
+    struct stat status {};
+    if ((ownEntry ? lstat(path.constData(), &status) : stat(path.constData(), &status)) != 0) return 0;
+    const ssize_t fork = ownEntry ? lgetxattr(path.constData(), kResourceForkAttribute, nullptr, 0)
+                                  : getxattr(path.constData(), kResourceForkAttribute, nullptr, 0);
+    return static_cast<uint64_t>(status.st_size) + (fork > 0 ? static_cast<uint64_t>(fork) : 0U);
+}
+
+uint64_t sortSizeOf(const RBFileSystemObject &object, std::optional<uint64_t> &cache)
+{
+    // Folders count as 0 and are never measured.
+    if (object.isFolder()) return 0;
+    if (!cache) cache = totalSizeOf(object);
+    return *cache;
+}
+
+// The list sorted by a key made once per item, stable: `less` compares keys.
+template <typename KeyOf, typename Less>
+RBFileSystemObjectList sortedByKey(const RBFileSystemObjectList &list, KeyOf keyOf, Less less)
+{
+    using Key = decltype(keyOf(*list.front()));
+    std::vector<std::pair<Key, qsizetype>> keyed;
+    keyed.reserve(static_cast<size_t>(list.size()));
+    for (qsizetype i = 0; i < list.size(); ++i)
+        keyed.emplace_back(keyOf(*list.at(i)), i);
+    std::stable_sort(keyed.begin(), keyed.end(),
+                     [&less](const auto &a, const auto &b) { return less(a.first, b.first); });
+    RBFileSystemObjectList sorted;
+    sorted.reserve(list.size());
+    for (const auto &entry : keyed)
+        sorted.append(list.at(entry.second));
+    return sorted;
+}
+
+} // namespace
+
+// ---- children ----
+
+void RBFileSystemObject::performAssimilation()
+{
+    const int32_t total = _subdirectoryCount() + _fileCount();
+    d->_unfilteredItems = {};
+    d->actualContents = {};
+    if (total <= 0) return;
+    d->actualContents.reserve(total);
+    // Children of a folder this framework read are identified from what the
+    // read already learnt; the mount table is read once for all of them.
+    std::optional<platform::MountTable> mounts;
+    for (int32_t i = 0; i < total; ++i) {
+        auto child = child_fso_at_index(i);
+        if (!child) continue; // the record refused the index: nothing to list
+        if (child->isLocal()) {
+            rpf_fso *record = child->d->_fso_struct;
+            if (child->d->tree && record->parent != nullptr) {
+                if (!mounts) mounts = platform::MountTable::snapshot();
+                RBFileSystemObjectPrivate::identifyFromRecord(*child, *mounts);
+            } else {
+                child->identify();
+            }
+        }
+        d->actualContents.append(std::move(child));
+    }
+}
+
+std::shared_ptr<RBFileSystemObject> RBFileSystemObject::child_fso_at_index(int32_t index) const
+{
+    rpf_fso *record = d->_fso_struct;
+    if (record == nullptr) return nullptr;
+    const int32_t files = rpf_fso_file_count(record);
+    rpf_fso *child = index < files ? rpf_fso_get_subitem_at_index(record, index, 2)
+                                   : rpf_fso_get_subitem_at_index(record, index - files, RPF_FSO_SUBDIRECTORIES);
+    return child != nullptr ? RBFileSystemObjectPrivate::objectFor(child, d->tree) : nullptr;
+}
+
+int32_t RBFileSystemObject::_fileCount() const
+{
+    return d->_fso_struct != nullptr ? rpf_fso_file_count(d->_fso_struct) : -1;
+}
+
+int32_t RBFileSystemObject::_subdirectoryCount() const
+{
+    return d->_fso_struct != nullptr ? rpf_fso_subdirectory_count(d->_fso_struct) : -1;
+}
+
+void RBFileSystemObject::invalidateFilteredItems()
+{
+    d->_isFiltered = false;
+    d->_unfilteredItems.clear();
+    d->_unfilteredItems = d->actualContents;
+}
+
+void RBFileSystemObject::hideItem(const RBFileSystemObject *item)
+{
+    d->_unfilteredItems.removeIf([item](const auto &child) { return child.get() == item; });
+}
+
+void RBFileSystemObject::setIsHidden(bool /*hidden*/)
+{
+    // Whatever the argument, the item is taken out of its parent's visible
+    // list: callers only ever hide.
+    if (const auto parentObject = parent()) parentObject->hideItem(this);
+}
+
+bool RBFileSystemObject::isHidden() const
+{
+    return d->_isHidden;
+}
+
+bool RBFileSystemObject::isFiltered() const
+{
+    return d->_isFiltered;
+}
+
+void RBFileSystemObject::setIsFiltered(bool filtered)
+{
+    d->_isFiltered = filtered;
+}
+
+int32_t RBFileSystemObject::filteredItemCount() const
+{
+    return static_cast<int32_t>(d->actualContents.size() - d->_unfilteredItems.size());
+}
+
+const RBFileSystemObjectList &RBFileSystemObject::actualContents() const
+{
+    return d->actualContents;
+}
+
+const RBFileSystemObjectList &RBFileSystemObject::unfilteredItems() const
+{
+    return d->_unfilteredItems;
+}
+
+// ---- sorting ----
+
+void RBFileSystemObject::setSortsByAttribute(int32_t attribute, int32_t order)
+{
+    d->mySortOrder = order;
+    d->mySortOnAttribute = attribute;
+    RBFileSystemObjectList &list = listInForce(*d);
+    if (list.isEmpty()) return;
+    RBFileSystemObjectList sorted;
+    switch (attribute) {
+    case kRBSortByAccess:
+        sorted = sortedByKey(
+            list, [](const RBFileSystemObject &item) { return item.permissions()->intValue(); }, std::less<>());
+        break;
+    case kRBSortByDate:
+        sorted = sortedByKey(
+            list, [](const RBFileSystemObject &item) { return item.dateAsTimeT(); }, std::less<>());
+        break;
+    case kRBSortByName:
+        // The comparator puts the argument's name first: Z to A.
+        sorted = sortedByKey(
+            list, [](const RBFileSystemObject &item) { return foldedNameFast(item, item.d->myCompletePath); },
+            [](const QString &a, const QString &b) { return QString::compare(b, a, Qt::CaseSensitive) < 0; });
+        break;
+    case kRBSortBySize:
+        sorted = sortedByKey(
+            list, [](const RBFileSystemObject &item) { return sortSizeOf(item, item.d->sortSize); }, std::less<>());
+        break;
+    default: return;
+    }
+    list = d->mySortOrder == 1 ? _swapArray(sorted) : std::move(sorted);
+}
+
+int32_t RBFileSystemObject::sortAttribute() const
+{
+    return d->mySortOnAttribute;
+}
+
+int32_t RBFileSystemObject::sortOrder() const
+{
+    return d->mySortOrder;
+}
+
+RBFileSystemObjectList RBFileSystemObject::_swapArray(const RBFileSystemObjectList &items)
+{
+    RBFileSystemObjectList reversed(items.crbegin(), items.crend());
+    return reversed;
+}
+
+int32_t RBFileSystemObject::_sortByAccess(const RBFileSystemObject &other) const
+{
+    return compareValues(permissions()->intValue(), other.permissions()->intValue());
+}
+
+int32_t RBFileSystemObject::_sortByDate(const RBFileSystemObject &other) const
+{
+    return compareValues(dateAsTimeT(), other.dateAsTimeT());
+}
+
+int32_t RBFileSystemObject::_sortByName(const RBFileSystemObject &other) const
+{
+    const int result = QString::compare(foldedName(other), foldedName(*this), Qt::CaseSensitive);
+    return compareValues(result, 0);
+}
+
+int32_t RBFileSystemObject::_sortBySize(const RBFileSystemObject &other) const
+{
+    return compareValues(sortSizeOf(*this, d->sortSize), sortSizeOf(other, other.d->sortSize));
+}
+
+// ---- name functions ----
+
+bool isHidden(const QString &name)
+{
+    if (name.isEmpty()) return false;
+    if (name.front() == QLatin1Char('.')) return true;
+    static const QSet<QString> systemNames = {
+        QStringLiteral("bin"),
+        QStringLiteral("cores"),
+        QStringLiteral("Desktop DB"),
+        QStringLiteral("Desktop DF"),
+        QStringLiteral("dev"),
+        QStringLiteral("etc"),
+        QStringLiteral("mach"),
+        QStringLiteral("mach_kernel"),
+        QStringLiteral("mach.sym"),
+        QStringLiteral("private"),
+        QStringLiteral("SystemFolderX"),
+        QStringLiteral("tmp"),
+        QStringLiteral("Trash"),
+        QStringLiteral("usr"),
+        QStringLiteral("var"),
+        QStringLiteral("VM Storage"),
+        QStringLiteral("sbin"),
+        QStringLiteral("TheVolumeSettingsFolder"),
+        QStringLiteral("Network Trash Folder"),
+        QStringLiteral("gmon.out"),
+        QStringLiteral("TheFindByContentFolder"),
+        QStringLiteral("automount"),
+        QStringLiteral(".vol"),
+        QStringLiteral(".hidden"),
+        QStringLiteral(".Trashes"),
+        QStringLiteral("Volumes"),
+        QStringLiteral(".DS_Store"),
+        QStringLiteral("Temporary Items"),
+    };
+    return systemNames.contains(name);
+}
+
+bool matchesRegex(const QString &text, const QString &pattern)
+{
+    const QByteArray subject = text.toUtf8();
+    const QByteArray expression = pattern.toUtf8();
+    // A C string ends at its first NUL: such a text has no C-string form.
+    if (subject.contains('\0') || expression.contains('\0')) return false;
+    regex_t compiled;
+    if (regcomp(&compiled, expression.constData(), REG_EXTENDED | REG_ICASE | REG_NOSUB) != 0) return false;
+    const bool matched = regexec(&compiled, subject.constData(), 0, nullptr, 0) == 0;
+    regfree(&compiled);
+    return matched;
+}
+
+QStringList arrayValue(const QString &text)
+{
+    QStringList units;
+    units.reserve(text.size());
+    for (const QChar unit : text)
+        units.append(QString(unit));
+    return units;
+}
+
+QString _escapeString(const QString &text, const QString &character)
+{
+    if (character.size() != 1) return text;
+    QString escaped;
+    escaped.reserve(text.size() * 2);
+    for (const QChar unit : text) {
+        if (unit == character.front()) escaped.append(QLatin1Char('\\'));
+        escaped.append(unit);
+    }
+    return escaped;
+}
+
+QString _escapeString(const QString &text)
+{
+    static const QString metacharacters = QStringLiteral("^.[$()|*+?{\\");
+    // Only a text that begins (after white space) with a metacharacter is
+    // escaped; one with metacharacters further on stays as it is.
+    qsizetype first = 0;
+    while (first < text.size() && text.at(first).isSpace())
+        ++first;
+    if (first == text.size() || !metacharacters.contains(text.at(first))) return text;
+    QString escaped = text;
+    // The backslash first, so that the backslashes added later stay single.
+    for (const char *character : {"\\", ".", "$", "^", "[", "(", ")", "|", "*", "+", "?", "{"})
+        escaped = _escapeString(escaped, QString::fromLatin1(character));
+    return escaped;
+}
+
+} // namespace rk
