@@ -76,6 +76,46 @@ if [ $status -eq 1 ] && [ -z "$out" ] && printf '%s\n' "$err" | grep -qx "rkcore
   fail "rkcore ls $missing: status $status, standard output '$out', standard error '$err'"
 fi
 
+# rkcore ls over the objects: kinds, hidden items, patterns and sorts.
+fixture=$(mktemp -d)
+trap 'rm -rf "$fixture"' EXIT
+mkdir "$fixture/bin" "$fixture/Alpha" "$fixture/Lib.bundle"
+touch "$fixture/.dot" "$fixture/listed" "$fixture/beta.txt" "$fixture/Gamma.TXT"
+printf 'listed\n' >"$fixture/.hidden"
+ln -s beta.txt "$fixture/to-beta"
+printf '[Desktop Entry]\nType=Link\nURL=file://%s/Alpha\n' "$fixture" >"$fixture/alias.desktop"
+names() { "$rkcore" ls "$@" 2>/dev/null | sed -E 's/ -> .*$//' | awk '{print $NF}' | tr '\n' ' '; }
+expect_names() {
+  local expected=$1; shift
+  local got; got=$(names "$@")
+  if [ "$got" = "$expected" ]; then passes=$((passes + 1)); else fail "rkcore ls $*: '$got', not '$expected'"; fi
+}
+# Name order 0 runs Z to A, case-insensitive; --reverse gives A to Z.
+expect_names 'to-beta Lib.bundle Gamma.TXT beta.txt Alpha alias.desktop ' --sort name "$fixture"
+expect_names 'alias.desktop Alpha beta.txt Gamma.TXT Lib.bundle to-beta ' --sort name --reverse "$fixture"
+expect_names 'Gamma.TXT beta.txt ' --match 'txt$' --sort name "$fixture"
+expect_names '.dot .hidden beta.txt bin Lib.bundle listed ' --all --match '^[.bl]' --sort name --reverse "$fixture"
+expect_line ' package +Lib.bundle$' ls "$fixture"
+expect_line ' alias +alias.desktop$' ls "$fixture"
+expect_line ' link +to-beta -> ' ls "$fixture"
+expect_line ' folder +Alpha$' ls "$fixture"
+expect_usage_error ls --sort colour "$fixture"
+expect_usage_error ls "$fixture" --sort
+
+# rkcore info and icon.
+expect_line '^kind: +application \(6\)$' info /usr/bin/ls
+expect_line '^kind: +symbolic link \(3\)$' info /usr/bin/sh
+expect_line '^target: +/usr/bin/dash$' info /usr/bin/sh
+expect_line '^kind: +alias \(5\)$' info "$fixture/alias.desktop"
+expect_line "^target: +$fixture/Alpha$" info "$fixture/alias.desktop"
+expect_line '^permissions: +rwxrwxrwx \(777\), sticky$' info /tmp
+expect_line '^invisible: +yes$' info "$fixture/listed"
+expect_line ': 128 x 128$' icon /usr/share "$fixture/icon.png"
+if [ "$(od -An -tx1 -j16 -N8 "$fixture/icon.png" | tr -d ' \n')" = "0000008000000080" ]; then
+  passes=$((passes + 1)); else fail "rkcore icon: the PNG is not 128 x 128"; fi
+expect_usage_error info
+expect_usage_error icon /usr/share
+
 # rkcore url: the record and its forms; a password is never shown, traces included.
 expect_line '^host: +host$' url 'sftp://me:pw@host:2222/data'
 expect_line '^port: +2222$' url 'sftp://me:pw@host:2222/data'

@@ -33,9 +33,9 @@ set -- "$fixture" "$@"
 status=0
 for dir in "$@"; do
     ours=$(mktemp) theirs=$(mktemp)
-    # rkcore: mode links owner group bytes <date text> name[ -> target]
-    "$rkcore" ls --bytes -- "$dir" 2>/dev/null |
-        sed -E 's/^([^ ]+) +([0-9]+) ([^ ]+) +([^ ]+) +([0-9]+) (Today|Yesterday|[A-Z][a-z]{2}, [A-Z][a-z]{2} [0-9]{2}, -?[0-9]+), [0-9]{2}:[0-9]{2}:[0-9]{2} +(.*)$/\1|\2|\3|\4|\5|\7/' |
+    # rkcore: mode links owner group bytes <date text> kind name[ -> target]
+    "$rkcore" ls --all --bytes -- "$dir" 2>/dev/null |
+        sed -E 's/^([^ ]+) +([0-9]+) ([^ ]+) +([^ ]+) +([0-9]+) (Today|Yesterday|[A-Z][a-z]{2}, [A-Z][a-z]{2} [0-9]{2}, -?[0-9]+), [0-9]{2}:[0-9]{2}:[0-9]{2} +[a-z]+ +(.*)$/\1|\2|\3|\4|\5|\7/' |
         sed -E 's/ -> .*$//' | LC_ALL=C sort >"$ours"
     # ls -lA (every entry but . and ..) with a one-token date, names as they are
     LC_ALL=C ls -lA --time-style=+@ --quoting-style=literal -- "$dir" | tail -n +2 |

@@ -64,16 +64,29 @@ bool singleArgument(const char *command, const QStringList &arguments, QString &
 }
 
 bool splitArguments(const char *command, const QStringList &arguments, std::initializer_list<Flag> flags,
-                    QStringList &positional)
+                    QStringList &positional, std::initializer_list<ValueOption> valueOptions)
 {
     bool optionsEnded = false;
-    for (const QString &argument : arguments) {
+    for (qsizetype i = 0; i < arguments.size(); ++i) {
+        const QString &argument = arguments.at(i);
         if (optionsEnded || argument.size() < 2 || !argument.startsWith(QLatin1Char('-'))) {
             positional << argument;
             continue;
         }
         if (argument == QLatin1String("--")) {
             optionsEnded = true;
+            continue;
+        }
+        const ValueOption *option =
+            std::find_if(valueOptions.begin(), valueOptions.end(),
+                         [&argument](const ValueOption &o) { return argument == QLatin1String(o.name); });
+        if (option != valueOptions.end()) {
+            if (i + 1 == arguments.size()) {
+                usageError(QStringLiteral("%1: option %2 needs a value (see rkcore --help)")
+                               .arg(QLatin1String(command), argument));
+                return false;
+            }
+            *option->value = arguments.at(++i);
             continue;
         }
         const Flag *flag = std::find_if(flags.begin(), flags.end(),

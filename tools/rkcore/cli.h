@@ -52,11 +52,18 @@ struct Flag {
     bool *given;
 };
 
-// Splits `arguments` into the given flags and the positional arguments; "--"
-// ends the options. Any other argument of two or more characters starting
-// with '-' before "--" is reported as "<command>: unknown option X" and gives
-// false.
+// An option that takes the next argument as its value ("--sort date").
+struct ValueOption {
+    const char *name; // "--sort"
+    QString *value;   // set to the value when given
+};
+
+// Splits `arguments` into the given flags, valued options and the positional
+// arguments; "--" ends the options. Any other argument of two or more
+// characters starting with '-' before "--" is reported as "<command>: unknown
+// option X", a valued option without its value as "<command>: option X needs
+// a value"; both give false.
 bool splitArguments(const char *command, const QStringList &arguments, std::initializer_list<Flag> flags,
-                    QStringList &positional);
+                    QStringList &positional, std::initializer_list<ValueOption> valueOptions = {});
 
 } // namespace rkcli

@@ -12,7 +12,15 @@ std::span<const Command> commands()
         Command{"lsdate", "'Jan 15 10:30'", "a listing date read back into a time", lsdateCommand},
         Command{"url", "[--trace] [--append NAME] TEXT", "a URL text read into a record, and its text forms",
                 urlCommand},
-        Command{"ls", "[--bytes] [--raw] [PATH]", "a folder's items as the framework reads them", lsCommand},
+        Command{"ls", "[--all] [--match PATTERN] [--sort name|date|size|access] [--reverse] [--bytes] [--raw] [PATH]",
+                "a folder's items as the framework's objects see them, with their kinds; hidden items only with "
+                "--all; --match keeps names matching a case-insensitive extended pattern; --sort orders by "
+                "attribute, smallest or oldest first, except name, which goes Z to A (--reverse turns each round)",
+                lsCommand},
+        Command{"info", "PATH", "one item's attributes: kind, target, permissions, dates, codes, flags, volume",
+                infoCommand},
+        Command{"icon", "PATH OUT.png", "the icon the item shows (badges included), as a 128 x 128 PNG", iconCommand,
+                true},
         Command{"keychain", "set|find|delete [--generic] [--show] HOST USER [PORT]",
                 "a login password in the password store (read from standard input; find prints it with --show)",
                 keychainCommand},

@@ -15,6 +15,7 @@ struct Command {
     const char *usage;   // arguments, as shown in the tool's help
     const char *summary; // one line
     CommandFunction run;
+    bool drawsImages = false; // needs a QGuiApplication (offscreen without a display)
 };
 
 // Every command, in the order the help lists them.
@@ -26,5 +27,7 @@ int lsdateCommand(const QStringList &arguments);
 int urlCommand(const QStringList &arguments);
 int lsCommand(const QStringList &arguments);
 int keychainCommand(const QStringList &arguments);
+int infoCommand(const QStringList &arguments);
+int iconCommand(const QStringList &arguments);
 
 } // namespace rkcli

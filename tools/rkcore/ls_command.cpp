@@ -1,6 +1,8 @@
-// rkcore ls: a folder's items as the framework reads them, one row per item
-// in an `ls -l`-like table.
+// rkcore ls: a folder's items as the framework's objects see them, one row per
+// item in an `ls -l`-like table with a kind column; hidden items left out,
+// optionally matched against a pattern and sorted.
 
+#include <rkcore/RBFileSystemObject.h>
 #include <rkcore/rpf_diagnostics.h>
 #include <rkcore/rpf_fso.h>
 #include <rkcore/rpf_perms.h>
@@ -11,6 +13,7 @@
 #include <unistd.h>
 
 #include <QFile>
+#include <QLoggingCategory>
 
 #include <algorithm>
 #include <array>
@@ -30,33 +33,71 @@ namespace {
 
 struct Options {
     QString path = QStringLiteral(".");
-    bool bytes = false; // sizes in bytes instead of the size text
-    bool raw = false;   // the core's dump instead of the table
+    bool bytes = false;   // sizes in bytes instead of the size text
+    bool raw = false;     // the core's dump instead of the table
+    bool all = false;     // hidden items too
+    bool reverse = false; // the sort's order 1
+    int32_t sort = -1;    // a sort attribute code, -1 for the folder's order
+    QString match;        // only names that match this pattern
 };
-
-struct TreeDeleter {
-    void operator()(rpf_fso *record) const { rpf_fso_destroy_deep(record); }
-};
-using Tree = std::unique_ptr<rpf_fso, TreeDeleter>;
 
 // Columns of one row, as bytes (names need not be UTF-8).
 struct Row {
-    std::string mode, links, owner, group, size, date, name;
+    std::string mode, links, owner, group, size, date, kind, name;
 };
-enum Column { kMode, kLinks, kOwner, kGroup, kSize, kDate, kColumns };
+enum Column { kMode, kLinks, kOwner, kGroup, kSize, kDate, kKind, kColumns };
+
+bool parseSort(const QString &name, int32_t &code)
+{
+    const std::pair<const char *, int32_t> sorts[] = {{"name", rk::kRBSortByName},
+                                                      {"date", rk::kRBSortByDate},
+                                                      {"size", rk::kRBSortBySize},
+                                                      {"access", rk::kRBSortByAccess}};
+    for (const auto &[text, value] : sorts) {
+        if (name == QLatin1String(text)) {
+            code = value;
+            return true;
+        }
+    }
+    usageError(QStringLiteral("ls: --sort takes name, date, size or access, not %1 (see rkcore --help)").arg(name));
+    return false;
+}
 
 bool parseOptions(const QStringList &arguments, Options &options)
 {
     QStringList positional;
-    if (!splitArguments("ls", arguments, {{"--bytes", &options.bytes}, {"--raw", &options.raw}}, positional)) {
+    QString sort;
+    if (!splitArguments("ls", arguments,
+                        {{"--bytes", &options.bytes},
+                         {"--raw", &options.raw},
+                         {"--all", &options.all},
+                         {"--reverse", &options.reverse}},
+                        positional, {{"--sort", &sort}, {"--match", &options.match}})) {
         return false;
     }
+    if (!sort.isNull() && !parseSort(sort, options.sort)) return false;
     if (positional.size() > 1) {
         usageError(QStringLiteral("ls takes at most one path (see rkcore --help)"));
         return false;
     }
     if (!positional.isEmpty()) options.path = positional.first();
     return true;
+}
+
+// The kind column: the object's kind; a link whose target is missing is a
+// dangling link, anything else the objects do not name is "other".
+std::string kindText(const rk::RBFileSystemObject &object)
+{
+    switch (object.fsoKind()) {
+    case rk::kRBKindFolder: return "folder";
+    case rk::kRBKindFile: return "file";
+    case rk::kRBKindSymbolicLink: return "link";
+    case rk::kRBKindAlias: return "alias";
+    case rk::kRBKindApplication: return "application";
+    case rk::kRBKindPackage: return "package";
+    case rk::kRBKindVolume: return "volume";
+    default: return rpf_fso_isLink(object.cstruct()) != 0 ? "dangling" : "other";
+    }
 }
 
 // The text a key answers (keys answer texts as pointer-width integers).
@@ -136,12 +177,17 @@ std::string sizeText(const rpf_fso *record, bool bytes)
     return text;
 }
 
-Row rowOf(const rpf_fso *record, const std::string &name, bool bytes, bool followLinks)
+Row rowOf(const rk::RBFileSystemObject &object, const std::string &name, bool bytes, bool followLinks)
 {
+    const rpf_fso *record = object.cstruct();
     auto text = [record](int32_t key) { return orEmpty(keyText(record, key)); };
-    return Row{modeText(record, followLinks), std::to_string(rpf_fso_get_item_for_key(record, RPF_FSO_KEY_LINKS)),
-               text(RPF_FSO_KEY_OWNER),       text(RPF_FSO_KEY_GROUP),
-               sizeText(record, bytes),       text(RPF_FSO_KEY_DATE),
+    return Row{modeText(record, followLinks),
+               std::to_string(rpf_fso_get_item_for_key(record, RPF_FSO_KEY_LINKS)),
+               text(RPF_FSO_KEY_OWNER),
+               text(RPF_FSO_KEY_GROUP),
+               sizeText(record, bytes),
+               text(RPF_FSO_KEY_DATE),
+               kindText(object),
                name + linkSuffix(record)};
 }
 
@@ -149,8 +195,8 @@ void printRows(const std::vector<Row> &rows)
 {
     std::array<size_t, kColumns> widths{};
     for (const Row &row : rows) {
-        const std::array<const std::string *, kColumns> cells{&row.mode,  &row.links, &row.owner,
-                                                              &row.group, &row.size,  &row.date};
+        const std::array<const std::string *, kColumns> cells{&row.mode, &row.links, &row.owner, &row.group,
+                                                              &row.size, &row.date,  &row.kind};
         for (size_t i = 0; i < kColumns; ++i)
             widths[i] = std::max(widths[i], cells[i]->size());
     }
@@ -160,7 +206,8 @@ void printRows(const std::vector<Row> &rows)
     for (const Row &row : rows) {
         out += left(row.mode, widths[kMode]) + ' ' + right(row.links, widths[kLinks]) + ' ' +
                left(row.owner, widths[kOwner]) + ' ' + left(row.group, widths[kGroup]) + ' ' +
-               right(row.size, widths[kSize]) + ' ' + left(row.date, widths[kDate]) + ' ' + row.name + '\n';
+               right(row.size, widths[kSize]) + ' ' + left(row.date, widths[kDate]) + ' ' +
+               left(row.kind, widths[kKind]) + ' ' + row.name + '\n';
     }
     (void)std::fwrite(out.data(), 1, out.size(), stdout);
 }
@@ -175,6 +222,21 @@ std::string unreadableReason(const QByteArray &path)
     return {};
 }
 
+// Leaves out what a browser hides by default (dot names, the system names,
+// items marked invisible or listed in the folder's .hidden) unless `all`, and
+// names that do not match `pattern` when one is given.
+void filterChildren(rk::RBFileSystemObject &folder, const Options &options)
+{
+    folder.invalidateFilteredItems();
+    for (const auto &child : folder.actualContents()) {
+        const QString name = child->name();
+        const bool hidden = !options.all && (rk::isHidden(name) || child->isInvisible());
+        const bool unmatched = !options.match.isNull() && !rk::matchesRegex(name, options.match);
+        if (hidden || unmatched) folder.hideItem(child.get());
+    }
+    folder.setIsFiltered(true);
+}
+
 } // namespace
 
 int lsCommand(const QStringList &arguments)
@@ -182,42 +244,42 @@ int lsCommand(const QStringList &arguments)
     Options options;
     if (!parseOptions(arguments, options)) return kExitUsage;
     const QByteArray path = QFile::encodeName(options.path);
-    // The core's own lines are diagnostics, not part of the table.
+    // The core's own lines are diagnostics, not part of the table; the object
+    // layer's log lines (a dangling link has no catalogue entry) are noise here.
     rpf_diagnostics_set_stream(stderr);
+    QLoggingCategory::setFilterRules(QStringLiteral("rkcore.info=false"));
     errno = 0;
-    const Tree record(rpf_fso_get_local_fso(path.constData()));
-    if (!record) {
+    const auto object = rk::RBFileSystemObject::newFSOForLocalPath(options.path, true);
+    if (!object) {
         const int error = errno;
         return failure(
             QStringLiteral("cannot read %1: %2").arg(options.path, QString::fromLocal8Bit(std::strerror(error))));
     }
+    const rpf_fso *record = object->cstruct();
     if (options.raw) {
         (void)std::fflush(stderr);
         rpf_diagnostics_set_stream(stdout);
-        rpf_fso_dump(record.get());
+        rpf_fso_dump(record);
         rpf_diagnostics_set_stream(stderr);
         return 0;
     }
     std::vector<Row> rows;
     if (record->type != RPF_FSO_TYPE_DIRECTORY) {
-        rows.push_back(rowOf(record.get(), orEmpty(record->complete_path), options.bytes, true));
+        rows.push_back(rowOf(*object, orEmpty(record->complete_path), options.bytes, true));
     } else {
-        const int32_t files = rpf_fso_file_count(record.get());
-        const int32_t folders = rpf_fso_subdirectory_count(record.get());
-        if (files + folders == 0) {
+        if (object->actualContents().isEmpty()) {
             const std::string reason = unreadableReason(path);
             if (!reason.empty()) {
                 return failure(
                     QStringLiteral("cannot read %1: %2").arg(options.path, QString::fromLocal8Bit(reason.c_str())));
             }
         }
-        // Files first, then folders, each in the order the folder gave them.
-        for (const int32_t which : {RPF_FSO_FILES, RPF_FSO_SUBDIRECTORIES}) {
-            const int32_t count = which == RPF_FSO_FILES ? files : folders;
-            for (int32_t i = 0; i < count; ++i) {
-                const rpf_fso *item = rpf_fso_get_subitem_at_index(record.get(), i, which);
-                rows.push_back(rowOf(item, orEmpty(item->name), options.bytes, false));
-            }
+        filterChildren(*object, options);
+        // Without --sort: files first, then folders, each in the folder's order.
+        if (options.sort >= 0) object->setSortsByAttribute(options.sort, options.reverse ? 1 : 0);
+        for (int32_t i = 0; i < object->count(); ++i) {
+            const auto child = object->objectAtIndex(i);
+            rows.push_back(rowOf(*child, orEmpty(child->cstruct()->name), options.bytes, false));
         }
     }
     printRows(rows);

@@ -6,6 +6,10 @@
 // and bad arguments give a one-line error on standard error and exit status 2.
 
 #include <QCoreApplication>
+#include <QGuiApplication>
+
+#include <cstring>
+#include <memory>
 
 #include "cli.h"
 #include "commands.h"
@@ -24,9 +28,27 @@ void printHelp()
 
 } // namespace
 
+// Whether the command named on the command line draws images (icons), which
+// needs a QGuiApplication; the others run without a display.
+bool drawsImages(int argc, char *argv[])
+{
+    if (argc < 2) return false;
+    for (const rkcli::Command &command : rkcli::commands())
+        if (std::strcmp(argv[1], command.name) == 0) return command.drawsImages;
+    return false;
+}
+
 int main(int argc, char *argv[])
 {
-    QCoreApplication app(argc, argv);
+    std::unique_ptr<QCoreApplication> app;
+    if (drawsImages(argc, argv)) {
+        if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
+            qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+            qputenv("QT_QPA_PLATFORM", "offscreen");
+        app = std::make_unique<QGuiApplication>(argc, argv);
+    } else {
+        app = std::make_unique<QCoreApplication>(argc, argv);
+    }
     QCoreApplication::setApplicationName(QStringLiteral("rkcore"));
     QCoreApplication::setApplicationVersion(QStringLiteral(RKCORE_VERSION));
 
