@@ -20,7 +20,7 @@ bool isOctal(char c)
     return c >= '0' && c <= '7';
 }
 
-// The field [begin, end) with \ooo escapes decoded; nothing when one decodes to NUL.
+// The field [begin, end) with \ooo escapes decoded; nothing when it holds a NUL byte, raw or escaped.
 std::optional<QByteArray> decodeField(const char *begin, const char *end)
 {
     QByteArray out;
@@ -31,6 +31,8 @@ std::optional<QByteArray> decodeField(const char *begin, const char *end)
             if (value == 0 || value > 0xFF) return std::nullopt;
             out.append(static_cast<char>(value));
             p += 3;
+        } else if (*p == '\0') {
+            return std::nullopt; // no path holds one
         } else {
             out.append(*p);
         }

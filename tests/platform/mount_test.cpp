@@ -5,9 +5,12 @@
 
 #include <sys/mount.h>
 
+#include <string_view>
+
 using namespace rk::platform;
 using rktest::Fixture;
 using rktest::runOracle;
+using namespace std::literals;
 
 namespace {
 
@@ -15,7 +18,7 @@ TEST(MountInfoLine, ParsesKernelLines)
 {
     struct Row {
         const char *name;
-        const char *line;
+        std::string_view line;
         const char *mountPoint; // nullptr: refused
         const char *type;
         const char *source;
@@ -30,6 +33,7 @@ TEST(MountInfoLine, ParsesKernelLines)
         {"escaped backslash", "40 25 0:40 / /a\\134b rw - tmpfs none rw", "/a\\b", "tmpfs", "none"},
         {"incomplete escape kept", "40 25 0:40 / /a\\04 rw - tmpfs none rw", "/a\\04", "tmpfs", "none"},
         {"escape of NUL", "40 25 0:40 / /a\\000 rw - tmpfs none rw", nullptr, nullptr, nullptr},
+        {"raw NUL", "40 25 0:40 / /a\0b rw - tmpfs none rw"sv, nullptr, nullptr, nullptr},
         {"no separator", "40 25 0:40 / /a rw tmpfs none rw", nullptr, nullptr, nullptr},
         {"nothing after separator", "40 25 0:40 / /a rw -", nullptr, nullptr, nullptr},
         {"relative mount point", "40 25 0:40 / a rw - tmpfs none rw", nullptr, nullptr, nullptr},
@@ -37,7 +41,7 @@ TEST(MountInfoLine, ParsesKernelLines)
         {"empty", "", nullptr, nullptr, nullptr},
     };
     for (const Row &row : rows) {
-        const auto parsed = parseMountInfoLine(row.line, std::strlen(row.line));
+        const auto parsed = parseMountInfoLine(row.line.data(), row.line.size());
         ASSERT_EQ(parsed.has_value(), row.mountPoint != nullptr) << row.name;
         if (!parsed) continue;
         EXPECT_EQ(parsed->mountPoint, QByteArray(row.mountPoint)) << row.name;
