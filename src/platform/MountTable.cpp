@@ -13,7 +13,7 @@ namespace rk::platform {
 
 namespace {
 
-constexpr std::size_t kMountInfoLimit = 16 * 1024 * 1024;
+constexpr std::size_t kMountInfoLimit = std::size_t{16} * 1024 * 1024;
 
 bool isOctal(char c)
 {
@@ -159,7 +159,7 @@ QString MountTable::volumeName(const QByteArray &mountPoint) const
 {
     const auto found = mounts_.constFind(mountPoint);
     if (found == mounts_.cend()) return {};
-    const QString label = labelOfDevice(found->source);
+    QString label = labelOfDevice(found->source);
     if (!label.isEmpty()) return label;
     if (mountPoint == "/") return QStringLiteral("/");
     return QFile::decodeName(mountPoint.mid(mountPoint.lastIndexOf('/') + 1));
