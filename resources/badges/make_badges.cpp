@@ -87,7 +87,7 @@ bool write(const QString &directory, const char *name, void (*draw)(QPainter &))
     }
     const QString path = QDir(directory).filePath(QString::fromLatin1(name));
     if (!image.save(path, "PNG")) {
-        std::fprintf(stderr, "make_badges: cannot write %s\n", qPrintable(path));
+        (void)std::fprintf(stderr, "make_badges: cannot write %s\n", qPrintable(path));
         return false;
     }
     return true;
@@ -98,7 +98,7 @@ bool write(const QString &directory, const char *name, void (*draw)(QPainter &))
 int main(int argc, char **argv)
 {
     if (argc != 2) {
-        std::fprintf(stderr, "usage: make_badges OUTPUT_DIRECTORY\n");
+        (void)std::fputs("usage: make_badges OUTPUT_DIRECTORY\n", stderr);
         return 2;
     }
     const QString directory = QString::fromLocal8Bit(argv[1]);

@@ -20,7 +20,7 @@ namespace rk::platform {
 
 namespace {
 
-constexpr std::size_t kInfoPlistLimit = 1024 * 1024;
+constexpr std::size_t kInfoPlistLimit = std::size_t{1024} * 1024;
 
 // Folder extensions the Finder shows as packages (without the dot).
 constexpr std::array kBundleExtensions = {
@@ -70,7 +70,7 @@ bool isPlainFileName(const QString &name)
 QByteArray firstExecutable(const QByteArray &folder, std::initializer_list<QByteArray> relatives)
 {
     for (const QByteArray &relative : relatives) {
-        const QByteArray candidate = folder + '/' + relative;
+        QByteArray candidate = folder + '/' + relative;
         if (isExecutableRegularFile(candidate.constData())) return candidate;
     }
     return {};
@@ -127,7 +127,7 @@ struct ElfReader {
 };
 
 constexpr uint32_t kMaxProgramHeaders = 512;
-constexpr uint64_t kMaxDynamicBytes = 64 * 1024;
+constexpr uint64_t kMaxDynamicBytes = uint64_t{64} * 1024;
 
 struct ProgramFacts {
     bool hasInterpreter = false;

@@ -13,7 +13,7 @@ namespace rk::platform {
 
 namespace {
 
-constexpr std::size_t kEntryLimit = 64 * 1024;
+constexpr std::size_t kEntryLimit = std::size_t{64} * 1024;
 constexpr int kMaxAliasSteps = 16;
 
 QByteArrayView trimmed(QByteArrayView text)

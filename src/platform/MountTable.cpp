@@ -13,14 +13,14 @@ namespace rk::platform {
 
 namespace {
 
-constexpr std::size_t kMountInfoLimit = 16 * 1024 * 1024;
+constexpr std::size_t kMountInfoLimit = std::size_t{16} * 1024 * 1024;
 
 bool isOctal(char c)
 {
     return c >= '0' && c <= '7';
 }
 
-// The field [begin, end) with \ooo escapes decoded; nothing when one decodes to NUL.
+// The field [begin, end) with \ooo escapes decoded; nothing when it holds a NUL byte, raw or escaped.
 std::optional<QByteArray> decodeField(const char *begin, const char *end)
 {
     QByteArray out;
@@ -31,6 +31,8 @@ std::optional<QByteArray> decodeField(const char *begin, const char *end)
             if (value == 0 || value > 0xFF) return std::nullopt;
             out.append(static_cast<char>(value));
             p += 3;
+        } else if (*p == '\0') {
+            return std::nullopt; // no path holds one
         } else {
             out.append(*p);
         }
@@ -157,7 +159,7 @@ QString MountTable::volumeName(const QByteArray &mountPoint) const
 {
     const auto found = mounts_.constFind(mountPoint);
     if (found == mounts_.cend()) return {};
-    const QString label = labelOfDevice(found->source);
+    QString label = labelOfDevice(found->source);
     if (!label.isEmpty()) return label;
     if (mountPoint == "/") return QStringLiteral("/");
     return QFile::decodeName(mountPoint.mid(mountPoint.lastIndexOf('/') + 1));
