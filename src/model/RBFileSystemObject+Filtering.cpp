@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <type_traits>
 #include <vector>
 
 #include <regex.h>
@@ -82,21 +83,32 @@ uint64_t sortSizeOf(const RBFileSystemObject &object, std::optional<uint64_t> &c
     return *cache;
 }
 
-// The list sorted by a key made once per item, stable: `less` compares keys.
+// `list` sorted by a key made once per item, stable: items with equal keys
+// keep their order. The items are moved, not copied, so no reference count
+// changes hands.
 template <typename KeyOf, typename Less>
-RBFileSystemObjectList sortedByKey(const RBFileSystemObjectList &list, KeyOf keyOf, Less less)
+RBFileSystemObjectList sortedByKey(RBFileSystemObjectList list, KeyOf keyOf, Less less)
 {
     using Key = decltype(keyOf(*list.front()));
     std::vector<std::pair<Key, qsizetype>> keyed;
     keyed.reserve(static_cast<size_t>(list.size()));
     for (qsizetype i = 0; i < list.size(); ++i)
         keyed.emplace_back(keyOf(*list.at(i)), i);
-    std::stable_sort(keyed.begin(), keyed.end(),
-                     [&less](const auto &a, const auto &b) { return less(a.first, b.first); });
+    // The position breaks ties, which makes the sort stable without a merge
+    // buffer.
+    std::sort(keyed.begin(), keyed.end(), [&less](const auto &a, const auto &b) {
+        if constexpr (std::is_arithmetic_v<Key>) {
+            return a < b; // less is std::less here: compare key, then position
+        } else {
+            if (less(a.first, b.first)) return true;
+            if (less(b.first, a.first)) return false;
+            return a.second < b.second;
+        }
+    });
     RBFileSystemObjectList sorted;
     sorted.reserve(list.size());
     for (const auto &entry : keyed)
-        sorted.append(list.at(entry.second));
+        sorted.append(std::move(list[entry.second]));
     return sorted;
 }
 
@@ -205,31 +217,42 @@ void RBFileSystemObject::setSortsByAttribute(int32_t attribute, int32_t order)
 {
     d->mySortOrder = order;
     d->mySortOnAttribute = attribute;
+    const bool known = attribute == kRBSortByAccess || attribute == kRBSortByDate || attribute == kRBSortByName ||
+                       attribute == kRBSortBySize;
     RBFileSystemObjectList &list = listInForce(*d);
-    if (list.isEmpty()) return;
+    if (!known || list.isEmpty()) return;
+    RBFileSystemObjectList items = std::move(list);
     RBFileSystemObjectList sorted;
     switch (attribute) {
     case kRBSortByAccess:
         sorted = sortedByKey(
-            list, [](const RBFileSystemObject &item) { return item.permissions()->intValue(); }, std::less<>());
+            std::move(items), [](const RBFileSystemObject &item) { return item.permissions()->intValue(); },
+            std::less<>());
         break;
     case kRBSortByDate:
         sorted = sortedByKey(
-            list, [](const RBFileSystemObject &item) { return item.dateAsTimeT(); }, std::less<>());
+            std::move(items),
+            [](const RBFileSystemObject &item) {
+                const rpf_fso *record = item.d->_fso_struct; // dateAsTimeT, without the call
+                return record != nullptr ? int64_t{record->mtime} : int64_t{-1};
+            },
+            std::less<>());
         break;
     case kRBSortByName:
         // The comparator puts the argument's name first: Z to A.
         sorted = sortedByKey(
-            list, [](const RBFileSystemObject &item) { return foldedNameFast(item, item.d->myCompletePath); },
+            std::move(items),
+            [](const RBFileSystemObject &item) { return foldedNameFast(item, item.d->myCompletePath); },
             [](const QString &a, const QString &b) { return QString::compare(b, a, Qt::CaseSensitive) < 0; });
         break;
-    case kRBSortBySize:
+    default: // size
         sorted = sortedByKey(
-            list, [](const RBFileSystemObject &item) { return sortSizeOf(item, item.d->sortSize); }, std::less<>());
+            std::move(items), [](const RBFileSystemObject &item) { return sortSizeOf(item, item.d->sortSize); },
+            std::less<>());
         break;
-    default: return;
     }
-    list = d->mySortOrder == 1 ? _swapArray(sorted) : std::move(sorted);
+    if (d->mySortOrder == 1) std::reverse(sorted.begin(), sorted.end());
+    list = std::move(sorted);
 }
 
 int32_t RBFileSystemObject::sortAttribute() const

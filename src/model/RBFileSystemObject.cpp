@@ -521,8 +521,7 @@ QDateTime RBFileSystemObject::dateCreated() const
     const auto times = platform::catalogTimes(pathBytes(completePath()).constData());
     // Some file systems (overlays among them) answer a birth time of exactly
     // 1970 for "unknown".
-    if (!times || !times->created || (times->created->tv_sec == 0 && times->created->tv_nsec == 0))
-        return QDateTime();
+    if (!times || !times->created || (times->created->tv_sec == 0 && times->created->tv_nsec == 0)) return QDateTime();
     const UTCDateTime value = utcDateTimeFrom(*times->created);
     return UTCDateTimeToNSDate(&value);
 }
