@@ -21,7 +21,9 @@ namespace {
 const QString kFallbackTheme = QStringLiteral("Adwaita");
 
 // The theme's search path and name, set once: platforms without a desktop
-// (offscreen) name no theme and look only in ":/icons".
+// (offscreen) name no theme and look only in ":/icons"; X11 without a desktop
+// session names only "hicolor", the base theme every theme falls back to,
+// which holds hardly any icons of its own.
 void ensureTheme()
 {
     static bool done = false;
@@ -35,7 +37,8 @@ void ensureTheme()
         if (!paths.contains(path)) paths.append(path);
     }
     QIcon::setThemeSearchPaths(paths);
-    if (QIcon::themeName().isEmpty()) QIcon::setThemeName(kFallbackTheme);
+    const QString named = QIcon::themeName();
+    if (named.isEmpty() || named == QLatin1String("hicolor")) QIcon::setThemeName(kFallbackTheme);
 }
 
 QImage blankImage()
