@@ -87,7 +87,7 @@ uint64_t sortSizeOf(const RBFileSystemObject &object, std::optional<uint64_t> &c
 // keep their order. The items are moved, not copied, so no reference count
 // changes hands.
 template <typename KeyOf, typename Less>
-RBFileSystemObjectList sortedByKey(RBFileSystemObjectList list, KeyOf keyOf, Less less)
+RBFileSystemObjectList sortedByKey(RBFileSystemObjectList &&list, KeyOf keyOf, Less less)
 {
     using Key = decltype(keyOf(*list.front()));
     std::vector<std::pair<Key, qsizetype>> keyed;

@@ -325,7 +325,7 @@ QString RBFileSystemObject::aliasOrLinkTargetPath() const
     if (isAlias()) return private_resolveAliasPath(completePath());
     if (!isLink()) return QString();
     if (isRemote()) {
-        const QString target = _fso_get_string_for_attribute(RPF_FSO_KEY_COMPLETE_ALIAS_PATH);
+        QString target = _fso_get_string_for_attribute(RPF_FSO_KEY_COMPLETE_ALIAS_PATH);
         qCInfo(rkcoreLog).noquote() << QStringLiteral("Alias points to : %1").arg(target);
         return target;
     }
@@ -333,7 +333,7 @@ QString RBFileSystemObject::aliasOrLinkTargetPath() const
     const QByteArray path = pathBytes(completePath());
     // One byte stays zero so that the text always ends.
     if (readlink(path.constData(), buffer.data(), buffer.size() - 1) < 0) return QString();
-    const QString text = QString::fromUtf8(buffer.data());
+    QString text = QString::fromUtf8(buffer.data());
     const QString parent = parentPath();
     if (text.startsWith(QLatin1Char('/'))) return text;
     if (text.startsWith(QLatin1String("../"))) {

@@ -11,10 +11,10 @@ namespace rkcli {
 using CommandFunction = int (*)(const QStringList &arguments);
 
 struct Command {
-    const char *name;
-    const char *usage;   // arguments, as shown in the tool's help
-    const char *summary; // one line
-    CommandFunction run;
+    const char *name = nullptr;
+    const char *usage = nullptr;   // arguments, as shown in the tool's help
+    const char *summary = nullptr; // one line
+    CommandFunction run = nullptr;
     bool drawsImages = false; // needs a QGuiApplication (offscreen without a display)
 };
 
