@@ -100,7 +100,7 @@ int main(int argc, char **argv)
 {
     const bool sorts = argc == 3 ? std::strcmp(argv[1], "--sort") == 0 : false;
     if (argc != 2 + (sorts ? 1 : 0)) {
-        std::fprintf(stderr, "usage: rkcore-object-folder [--sort] FOLDER\n");
+        (void)std::fprintf(stderr, "usage: rkcore-object-folder [--sort] FOLDER\n");
         return 2;
     }
     QCoreApplication app(argc, argv);
