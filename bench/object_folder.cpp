@@ -4,7 +4,8 @@
 //   rkcore-object-folder [--sort] FOLDER
 // prints "entries N read_us T us_per_entry U heap_bytes H heap_per_entry B
 // max_rss_kb R", and with --sort one line per attribute:
-//   "sort ATTRIBUTE objects_us T plain_us P ratio R".
+//   "sort ATTRIBUTE objects_us T plain_us P ratio R naive_us N" (N: a stable
+//   sort of the children calling the pairwise comparator).
 // The comparison script runs it beside `ls -lU`.
 #include <rkcore/RBFileSystemObject.h>
 
@@ -81,6 +82,22 @@ void compareSorts(rk::RBFileSystemObject &folder)
         {"date", rk::kRBSortByDate, plainSort(dates)},
         {"size", rk::kRBSortBySize, plainSort(sizes)},
     };
+    // The same children sorted the straightforward way: a stable sort asking
+    // the comparator of each pair (the way the comparators are specified).
+    auto naiveSort = [&original](int32_t attribute) {
+        rk::RBFileSystemObjectList copy;
+        return bestOf(
+            1, [&] { copy = original; },
+            [&] {
+                std::stable_sort(copy.begin(), copy.end(), [attribute](const auto &a, const auto &b) {
+                    switch (attribute) {
+                    case rk::kRBSortByName: return a->_sortByName(*b) < 0;
+                    case rk::kRBSortByDate: return a->_sortByDate(*b) < 0;
+                    default: return a->_sortBySize(*b) < 0;
+                    }
+                });
+            });
+    };
     for (const Row &row : rows) {
         const double objects = bestOf(
             kRounds,
@@ -89,8 +106,9 @@ void compareSorts(rk::RBFileSystemObject &folder)
                 folder.setIsFiltered(true);
             },
             [&] { folder.setSortsByAttribute(row.attribute, 0); });
-        std::printf("sort %s objects_us %.0f plain_us %.0f ratio %.2f\n", row.name, objects, row.plain,
-                    objects / row.plain);
+        const double naive = naiveSort(row.attribute);
+        std::printf("sort %s objects_us %.0f plain_us %.0f ratio %.2f naive_us %.0f\n", row.name, objects, row.plain,
+                    objects / row.plain, naive);
     }
 }
 

@@ -181,11 +181,23 @@ TEST_F(LocalFolder, ObjectsOfATreeKeepItsRecordsAndNoCycleKeepsThemAlive)
     }
     EXPECT_TRUE(weakFolder.expired()); // children do not hold their parent
     // The child still holds the records: its parent comes back as a new object over the same record.
-    const auto parent = kept->parent();
+    auto parent = kept->parent();
     ASSERT_TRUE(parent);
     EXPECT_EQ(parent->completePath(), root);
     EXPECT_EQ(kept->completePath(), root + "/plain.txt");
     EXPECT_EQ(RBFileSystemObject::newFSOWithCStruct(parent->cstruct()), parent);
+
+    // A record of the tree whose object has gone gets a new one that shares the tree: the records
+    // outlive the objects the test held so far (AddressSanitizer would see a use after free).
+    rpf_fso *folderRecord = rpf_fso_get_subitem_at_index(parent->cstruct(), 0, RPF_FSO_SUBDIRECTORIES);
+    ASSERT_NE(folderRecord, nullptr);
+    EXPECT_FALSE(rpf_fso_has_object(folderRecord));
+    const auto again = RBFileSystemObject::newFSOWithCStruct(folderRecord);
+    const QString expected = again->completePath();
+    kept.reset();
+    parent.reset();
+    EXPECT_EQ(again->completePath(), expected);
+    EXPECT_EQ(again->parent()->completePath(), root);
 }
 
 TEST_F(LocalFolder, LinkTargetsFollowTheFoldingRules)
