@@ -239,7 +239,10 @@ std::shared_ptr<RBFileSystemObject> RBFileSystemObjectPrivate::objectFor(rpf_fso
 
 QByteArray RBFileSystemObjectPrivate::recordPath(const rpf_fso *record)
 {
-    return (record != nullptr && record->complete_path != nullptr) ? QByteArray(record->complete_path) : QByteArray();
+    if (record == nullptr || record->complete_path == nullptr) return {};
+    // The record's own bytes, not a copy: it outlives every use here, and its
+    // terminating NUL keeps constData() a C string.
+    return QByteArray::fromRawData(record->complete_path, static_cast<qsizetype>(std::strlen(record->complete_path)));
 }
 
 void printDiagnostic(const char *line)

@@ -80,7 +80,8 @@ public:
     static std::shared_ptr<RBFileSystemObject> wrap(rpf_fso *record, std::shared_ptr<RecordTree> owner);
     // The record's object if it has one, else wrap(record, owner).
     static std::shared_ptr<RBFileSystemObject> objectFor(rpf_fso *record, const std::shared_ptr<RecordTree> &owner);
-    // The record's complete path as bytes; empty without one.
+    // The record's complete path as bytes, sharing the record's text (use it
+    // only while the record lives); empty without one.
     static QByteArray recordPath(const rpf_fso *record);
     // Identification of a child read by this framework, from what the read
     // already knows about it (no repeated status calls).
