@@ -5,30 +5,127 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "rpf_date_p.h"
+
+/* The date text of `when` as seen on `today`, written by strftime into
+ * `buffer` (RPF_DATE_TEXT_SIZE bytes); its length (0 when it does not fit). */
+static size_t format_date(const struct tm *when, const struct tm *today, char *buffer)
+{
+    /* Only the current month has "Yesterday": on the first of a month the
+     * last day of the previous one shows in full. */
+    int same_month = when->tm_year == today->tm_year && when->tm_mon == today->tm_mon;
+    if (same_month && when->tm_mday == today->tm_mday - 1) {
+        return strftime(buffer, RPF_DATE_TEXT_SIZE, "Yesterday, %T", when);
+    }
+    if (same_month && when->tm_mday == today->tm_mday) return strftime(buffer, RPF_DATE_TEXT_SIZE, "Today, %T", when);
+    return strftime(buffer, RPF_DATE_TEXT_SIZE, "%a, %b %d, %Y, %T", when);
+}
+
 char *rpf_date_string_from_time_t(time_t t)
 {
-    enum { BUFFER_SIZE = 256 };
     struct tm when, today;
     time_t now = time(NULL);
     if (localtime_r(&t, &when) == NULL || localtime_r(&now, &today) == NULL) return NULL;
-
-    /* Only the current month has "Yesterday": on the first of a month the
-     * last day of the previous one shows in full. */
-    int same_month = when.tm_year == today.tm_year && when.tm_mon == today.tm_mon;
-    char buffer[BUFFER_SIZE];
-    size_t length = 0;
-    if (same_month && when.tm_mday == today.tm_mday - 1) {
-        length = strftime(buffer, sizeof buffer, "Yesterday, %T", &when);
-    } else if (same_month && when.tm_mday == today.tm_mday) {
-        length = strftime(buffer, sizeof buffer, "Today, %T", &when);
-    } else {
-        length = strftime(buffer, sizeof buffer, "%a, %b %d, %Y, %T", &when);
-    }
+    char buffer[RPF_DATE_TEXT_SIZE];
+    size_t length = format_date(&when, &today, buffer);
     char *text = malloc(length + 1);
     if (text == NULL) return NULL;
     memcpy(text, buffer, length);
     text[length] = '\0';
     return text;
+}
+
+enum { SECONDS_PER_DAY = 86400 };
+
+static long long day_number(time_t t)
+{
+    long long q = (long long)t / SECONDS_PER_DAY;
+    return (long long)t % SECONDS_PER_DAY < 0 ? q - 1 : q;
+}
+
+/* Fills `day` with the calendar day of `when` (broken down from `t`) when the
+ * day has one offset from UTC from its first to its last second; 0 when it
+ * has not (the offset changes that day) or its day part is too long. */
+static int learn_day(const rpf_date_cache *cache, time_t t, const struct tm *when, rpf_date_day *day)
+{
+    if (when->tm_sec > 59) return 0; /* a leap second: no arithmetic day */
+    time_t start = t - (when->tm_hour * 3600 + when->tm_min * 60 + when->tm_sec);
+    time_t last = start + SECONDS_PER_DAY - 1;
+    struct tm first_fields, last_fields;
+    if (localtime_r(&start, &first_fields) == NULL || localtime_r(&last, &last_fields) == NULL) return 0;
+    if (first_fields.tm_mday != when->tm_mday || first_fields.tm_hour != 0 || first_fields.tm_min != 0 ||
+        first_fields.tm_sec != 0 || first_fields.tm_gmtoff != when->tm_gmtoff) {
+        return 0;
+    }
+    if (last_fields.tm_mday != when->tm_mday || last_fields.tm_hour != 23 || last_fields.tm_min != 59 ||
+        last_fields.tm_sec != 59 || last_fields.tm_gmtoff != when->tm_gmtoff) {
+        return 0;
+    }
+    const struct tm *today = &cache->today;
+    int same_month = when->tm_year == today->tm_year && when->tm_mon == today->tm_mon;
+    size_t length = 0;
+    if (same_month && when->tm_mday == today->tm_mday - 1) {
+        length = strftime(day->prefix, sizeof day->prefix, "Yesterday, ", when);
+    } else if (same_month && when->tm_mday == today->tm_mday) {
+        length = strftime(day->prefix, sizeof day->prefix, "Today, ", when);
+    } else {
+        length = strftime(day->prefix, sizeof day->prefix, "%a, %b %d, %Y, ", when);
+    }
+    if (length == 0) return 0;
+    day->start = start;
+    day->end = start + SECONDS_PER_DAY;
+    day->length = (int)length;
+    return 1;
+}
+
+static int day_text(const rpf_date_day *day, time_t t, char *buffer)
+{
+    enum { CLOCK_LENGTH = 8 }; /* "%T": hh:mm:ss */
+    if (day->length + CLOCK_LENGTH >= RPF_DATE_TEXT_SIZE) {
+        buffer[0] = '\0'; /* as strftime: a text that does not fit is empty */
+        return 0;
+    }
+    int seconds = (int)(t - day->start);
+    int hour = seconds / 3600, minute = seconds / 60 % 60, second = seconds % 60;
+    char *p = buffer;
+    memcpy(p, day->prefix, (size_t)day->length);
+    p += day->length;
+    p[0] = (char)('0' + hour / 10);
+    p[1] = (char)('0' + hour % 10);
+    p[2] = ':';
+    p[3] = (char)('0' + minute / 10);
+    p[4] = (char)('0' + minute % 10);
+    p[5] = ':';
+    p[6] = (char)('0' + second / 10);
+    p[7] = (char)('0' + second % 10);
+    p[8] = '\0';
+    return day->length + CLOCK_LENGTH;
+}
+
+int rpf_date_cache_text(rpf_date_cache *cache, time_t t, char *buffer)
+{
+    if (cache->state == 0) {
+        time_t now = time(NULL);
+        cache->state = localtime_r(&now, &cache->today) == NULL ? -1 : 1;
+    }
+    if (cache->state < 0) return -1;
+    const rpf_date_day *last = cache->last;
+    if (last != NULL && t >= last->start && t < last->end) return day_text(last, t, buffer);
+    rpf_date_day *ways = cache->days[(unsigned long long)day_number(t) % RPF_DATE_DAY_SLOTS];
+    for (int i = 0; i < 2; ++i) {
+        if (ways[i].start < ways[i].end && t >= ways[i].start && t < ways[i].end) {
+            cache->last = &ways[i];
+            return day_text(&ways[i], t, buffer);
+        }
+    }
+    struct tm when;
+    if (localtime_r(&t, &when) == NULL) return -1;
+    rpf_date_day day;
+    if (!learn_day(cache, t, &when, &day)) return (int)format_date(&when, &cache->today, buffer);
+    ways[1] = ways[0];
+    ways[0] = day;
+    cache->last = &ways[0];
+    return day_text(&ways[0], t, buffer);
 }
 
 /* Month 0-11 from the first three characters, looking only at the characters
