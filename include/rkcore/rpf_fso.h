@@ -18,8 +18,10 @@
  *   children stay allocated and valid (callers that keep them free them as
  *   they need).
  * - rpf_fso_destroy_deep frees a whole tree (see there).
- * - Records read by rpf_fso_get_local_fso: the texts and URL records of a
- *   folder's children are packed together in blocks of that read. Each text
+ * - Records read by rpf_fso_get_local_fso: the records, texts and URL
+ *   records of a folder's children are packed together in blocks of that
+ *   read, so free a record only with rpf_fso_destroy or rpf_fso_destroy_deep
+ *   (never with free(); this holds for every record). Each text
  *   field is still its own NUL-terminated text, but fields may overlap or be
  *   one text: the name is the tail of complete_path, the extension the tail
  *   of the name, the URL record's path is complete_path, and owner, group and
@@ -144,7 +146,7 @@ RPF_EXPORT rpf_fso *rpf_fso_new(int32_t type, int32_t locality, uint16_t perms, 
  * Free the result with rpf_fso_destroy_deep. */
 RPF_EXPORT rpf_fso *rpf_fso_get_local_fso(const char *path);
 
-/* Frees the record block only. Null is ignored. */
+/* Frees the record block only (every field stays valid). Null is ignored. */
 RPF_EXPORT void rpf_fso_destroy(rpf_fso *record);
 
 /* Frees a record and everything it refers to: every non-null text field
@@ -164,7 +166,7 @@ RPF_EXPORT void rpf_fso_destroy_deep(rpf_fso *record);
  * is passed to free(). Null is ignored. Any thread. */
 RPF_EXPORT void rpf_fso_free_text(char *text);
 
-/* The number of 1 MiB blocks holding texts and URL records of local reads
+/* The number of 1 MiB blocks holding records, texts and URL records of local reads
  * that are still in use: 0 once every record of every read has been freed
  * (leak checks in tests and benchmarks). Any thread. */
 RPF_EXPORT size_t rpf_fso_packed_blocks_in_use(void);

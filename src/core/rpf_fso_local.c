@@ -3,8 +3,9 @@
  * One status call per entry relative to the open folder, a second only for
  * symbolic links; everything else is kept off the per-entry path: owner and
  * group names are looked up once per id, date texts come from a per-read
- * calendar (rpf_date_p.h), and a child's texts and URL record are packed into
- * the read's chunks (rpf_pack_p.h) instead of being allocated one by one:
+ * calendar (rpf_date_p.h), and a child's record, texts and URL record are
+ * packed into the read's chunks (rpf_pack_p.h) instead of being allocated one
+ * by one:
  * the complete path is one text whose tail is the name, whose tail in turn is
  * the extension, and the URL record's path is that same text. */
 #include <rkcore/rpf_fso.h>
@@ -322,8 +323,9 @@ static int set_paths(reader *r, rpf_fso *record, const child_source *source)
 static rpf_fso *build_child(reader *r, const child_source *source, rpf_fso **partial)
 {
     const struct stat *st = source->data;
-    rpf_fso *record = calloc(1, sizeof *record);
-    if (record == NULL) return NULL;
+    rpf_fso *record = rpf_pack_alloc(&r->pack, sizeof *record, _Alignof(rpf_fso));
+    if (record == NULL && (record = malloc(sizeof *record)) == NULL) return NULL;
+    memset(record, 0, sizeof *record);
     int32_t type = type_of_mode(st->st_mode);
     record->locality = RPF_FSO_LOCAL;
     record->type = type;

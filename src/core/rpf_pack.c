@@ -14,8 +14,9 @@
 #endif
 #endif
 #ifdef RPF_PACK_LSAN
-/* URL records live in chunks and may point to malloc'd texts (a password set
- * later): LeakSanitizer must scan the chunks in use. */
+/* Records and URL records live in chunks and point to malloc'd memory (a
+ * folder's arrays, a client's object, a password set later): LeakSanitizer
+ * must scan the chunks in use. */
 #include <sanitizer/lsan_interface.h>
 #endif
 

@@ -1,4 +1,5 @@
-/* Private: texts (and URL records) of one local folder read, packed together.
+/* Private: records, texts and URL records of one local folder read, packed
+ * together.
  *
  * A read takes chunks of 1 MiB from one reserved range of address space and
  * hands out pieces of them by moving a pointer; a chunk counts the fields that
