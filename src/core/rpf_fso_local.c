@@ -340,7 +340,7 @@ static rpf_fso *build_child(reader *r, const child_source *source, rpf_fso **par
         record->group_name = id_text_for(r, &r->groups, (unsigned int)st->st_gid, group_name_of);
         record->owner_name = id_text_for(r, &r->owners, (unsigned int)st->st_uid, owner_name_of);
         record->url = child_url(r, record, source);
-        failed = record->group_name == NULL || record->owner_name == NULL || record->url == NULL;
+        failed = failed || record->group_name == NULL || record->owner_name == NULL || record->url == NULL;
     }
     if (!failed && type == RPF_FSO_TYPE_LINK) {
         if (source->target != NULL) {

@@ -37,7 +37,9 @@ _Static_assert(sizeof(rpf_pack_chunk) <= HEADER_SIZE, "chunk header fits");
 
 static struct {
     pthread_once_t once;
-    char *base; /* null when the range could not be reserved */
+    /* Null until reserved, and when the range could not be reserved. Atomic:
+     * any thread tests pointers against it, also while another reserves. */
+    _Atomic(char *) base;
     pthread_mutex_t lock;
     size_t fresh; /* chunks below this index have been used at least once */
     size_t *free; /* indices of returned chunks */
@@ -59,7 +61,7 @@ static void reserve_range(void)
      * masking its address. */
     uintptr_t aligned = ((uintptr_t)area + CHUNK_SIZE - 1) & ~(uintptr_t)(CHUNK_SIZE - 1);
     range.free = free_list;
-    range.base = (char *)aligned;
+    atomic_store_explicit(&range.base, (char *)aligned, memory_order_release);
 }
 
 static rpf_pack_chunk *chunk_of(const void *pointer)
@@ -69,21 +71,22 @@ static rpf_pack_chunk *chunk_of(const void *pointer)
 
 int rpf_pack_contains(const void *pointer)
 {
-    const char *base = range.base;
+    const char *base = atomic_load_explicit(&range.base, memory_order_acquire);
     return base != NULL && (const char *)pointer >= base && (const char *)pointer < base + CHUNK_SIZE * CHUNK_COUNT;
 }
 
 static rpf_pack_chunk *take_chunk(void)
 {
     pthread_once(&range.once, reserve_range);
-    if (range.base == NULL) return NULL;
+    char *base = atomic_load_explicit(&range.base, memory_order_relaxed);
+    if (base == NULL) return NULL;
     rpf_pack_chunk *chunk = NULL;
     pthread_mutex_lock(&range.lock);
     if (range.free_count > 0) {
-        chunk = (rpf_pack_chunk *)(range.base + range.free[--range.free_count] * CHUNK_SIZE);
+        chunk = (rpf_pack_chunk *)(base + range.free[--range.free_count] * CHUNK_SIZE);
     } else if (range.fresh < CHUNK_COUNT) {
         size_t index = range.fresh;
-        void *at = range.base + index * CHUNK_SIZE;
+        void *at = base + index * CHUNK_SIZE;
         if (mprotect(at, CHUNK_SIZE, PROT_READ | PROT_WRITE) == 0) {
             range.fresh += 1;
             chunk = at;
@@ -108,7 +111,8 @@ static void give_back(rpf_pack_chunk *chunk)
 #endif
     /* The pages go back to the system; the chunk reads as zeros when it is
      * taken again. */
-    size_t index = (size_t)((char *)chunk - range.base) >> CHUNK_SHIFT;
+    char *base = atomic_load_explicit(&range.base, memory_order_relaxed);
+    size_t index = (size_t)((char *)chunk - base) >> CHUNK_SHIFT;
     (void)madvise(chunk, chunk->dirty, MADV_DONTNEED);
     pthread_mutex_lock(&range.lock);
     range.free[range.free_count++] = index;
