@@ -200,19 +200,35 @@ TEST_F(FsoLocal, UnreadableFolderAndUnexaminableEntries)
 
 TEST_F(FsoLocal, TreesReadAndFreedOnSeveralThreadsAtOnce)
 {
-    // Each read packs its texts into blocks of its own; a block goes back with its last field, on any thread.
+    // Each read packs its texts into blocks of its own; a block goes back with its last field, on any thread:
+    // here every tree is freed on another thread than the one that read it, while others still read.
     for (int i = 0; i < 50; ++i)
         std::ofstream(at("f" + std::to_string(i % 7) + "." + std::to_string(i))) << "x";
+    std::vector<std::vector<Tree>> trees(4);
     std::vector<int32_t> counts(4);
-    auto read = [this](int32_t &count) {
-        for (int round = 0; round < 20; ++round)
-            count = rpf_fso_file_count(Tree(rpf_fso_get_local_fso(dir.c_str())).get());
+    auto read = [this](std::vector<Tree> &mine, int32_t &count, std::vector<Tree> &toFree) {
+        for (int round = 0; round < 20; ++round) {
+            mine.emplace_back(rpf_fso_get_local_fso(dir.c_str()));
+            count = rpf_fso_file_count(mine.back().get());
+            if (!toFree.empty()) toFree.pop_back(); // a neighbour's tree, maybe read on its thread just now
+        }
     };
+    std::vector<std::vector<Tree>> handed(4);
+    for (auto &list : handed)
+        for (int i = 0; i < 10; ++i)
+            list.emplace_back(rpf_fso_get_local_fso(dir.c_str()));
     {
-        std::jthread a(read, std::ref(counts[0])), b(read, std::ref(counts[1])), c(read, std::ref(counts[2])),
-            d(read, std::ref(counts[3])); // joined here
+        std::jthread a(read, std::ref(trees[0]), std::ref(counts[0]), std::ref(handed[1])),
+            b(read, std::ref(trees[1]), std::ref(counts[1]), std::ref(handed[2])),
+            c(read, std::ref(trees[2]), std::ref(counts[2]), std::ref(handed[3])),
+            d(read, std::ref(trees[3]), std::ref(counts[3]), std::ref(handed[0])); // joined here
     }
     EXPECT_EQ(counts, std::vector<int32_t>(4, 56));
+    {
+        std::jthread a([&] { trees[1].clear(); }), b([&] { trees[2].clear(); }), c([&] { trees[3].clear(); }),
+            d([&] { trees[0].clear(); });
+    }
+    EXPECT_EQ(rpf_fso_packed_blocks_in_use(), 0U);
 }
 
 TEST_F(FsoLocal, DatesOfManyDaysAgreeWithTheDateTextOfEachTime)
