@@ -37,12 +37,6 @@ char *rpf_date_string_from_time_t(time_t t)
 
 enum { SECONDS_PER_DAY = 86400 };
 
-static long long day_number(time_t t)
-{
-    long long q = (long long)t / SECONDS_PER_DAY;
-    return (long long)t % SECONDS_PER_DAY < 0 ? q - 1 : q;
-}
-
 /* Fills `day` with the calendar day of `when` (broken down from `t`) when the
  * day has one offset from UTC from its first to its last second; 0 when it
  * has not (the offset changes that day) or its day part is too long. */
@@ -78,54 +72,92 @@ static int learn_day(const rpf_date_cache *cache, time_t t, const struct tm *whe
     return 1;
 }
 
-static int day_text(const rpf_date_day *day, time_t t, char *buffer)
+static rpf_date_day *find_day(rpf_date_cache *cache, long long number)
 {
-    enum { CLOCK_LENGTH = 8 }; /* "%T": hh:mm:ss */
-    if (day->length + CLOCK_LENGTH >= RPF_DATE_TEXT_SIZE) {
-        buffer[0] = '\0'; /* as strftime: a text that does not fit is empty */
-        return 0;
+    size_t mask = cache->capacity - 1;
+    for (size_t i = (size_t)((unsigned long long)number * 0x9E3779B97F4A7C15ULL >> 40) & mask;; i = (i + 1) & mask) {
+        rpf_date_day *day = &cache->days[i];
+        if (day->start == day->end || day->number == number) return day;
     }
-    int seconds = (int)(t - day->start);
-    int hour = seconds / 3600, minute = seconds / 60 % 60, second = seconds % 60;
-    char *p = buffer;
-    memcpy(p, day->prefix, (size_t)day->length);
-    p += day->length;
-    p[0] = (char)('0' + hour / 10);
-    p[1] = (char)('0' + hour % 10);
-    p[2] = ':';
-    p[3] = (char)('0' + minute / 10);
-    p[4] = (char)('0' + minute % 10);
-    p[5] = ':';
-    p[6] = (char)('0' + second / 10);
-    p[7] = (char)('0' + second % 10);
-    p[8] = '\0';
-    return day->length + CLOCK_LENGTH;
 }
 
-int rpf_date_cache_text(rpf_date_cache *cache, time_t t, char *buffer)
+/* Room for one more day; 0 when memory ran out. */
+static int reserve_day(rpf_date_cache *cache)
+{
+    if ((cache->count + 1) * 2 <= cache->capacity) return 1;
+    size_t capacity = cache->capacity * 2;
+    rpf_date_day *old = cache->days;
+    size_t old_capacity = cache->capacity;
+    rpf_date_day *days = calloc(capacity, sizeof *days);
+    if (days == NULL) return 0;
+    cache->days = days;
+    cache->capacity = capacity;
+    for (size_t i = 0; i < old_capacity; ++i) {
+        if (old[i].start != old[i].end) *find_day(cache, old[i].number) = old[i];
+    }
+    if (old != cache->first) free(old);
+    cache->last = NULL;
+    return 1;
+}
+
+static long long floor_days(long long seconds)
+{
+    long long q = seconds / SECONDS_PER_DAY;
+    return seconds % SECONDS_PER_DAY < 0 ? q - 1 : q;
+}
+
+const rpf_date_day *rpf_date_cache_day(rpf_date_cache *cache, time_t t)
 {
     if (cache->state == 0) {
         time_t now = time(NULL);
         cache->state = localtime_r(&now, &cache->today) == NULL ? -1 : 1;
+        cache->days = cache->first;
+        cache->capacity = RPF_DATE_FIRST_DAYS;
     }
-    if (cache->state < 0) return -1;
+    if (cache->state < 0) return NULL;
     const rpf_date_day *last = cache->last;
-    if (last != NULL && t >= last->start && t < last->end) return day_text(last, t, buffer);
-    rpf_date_day *ways = cache->days[(unsigned long long)day_number(t) % RPF_DATE_DAY_SLOTS];
-    for (int i = 0; i < 2; ++i) {
-        if (ways[i].start < ways[i].end && t >= ways[i].start && t < ways[i].end) {
-            cache->last = &ways[i];
-            return day_text(&ways[i], t, buffer);
+    if (last != NULL && t >= last->start && t < last->end) return last;
+    /* The local day number of `t` under the last offset seen; another offset
+     * moves it by a day at most. */
+    long long guess = floor_days((long long)t + cache->offset);
+    const long long numbers[] = {guess, guess - 1, guess + 1};
+    for (size_t i = 0; i < 3; ++i) {
+        const rpf_date_day *day = find_day(cache, numbers[i]);
+        if (day->start != day->end && t >= day->start && t < day->end) {
+            cache->last = day;
+            return day;
         }
     }
     struct tm when;
-    if (localtime_r(&t, &when) == NULL) return -1;
     rpf_date_day day;
-    if (!learn_day(cache, t, &when, &day)) return (int)format_date(&when, &cache->today, buffer);
-    ways[1] = ways[0];
-    ways[0] = day;
-    cache->last = &ways[0];
-    return day_text(&ways[0], t, buffer);
+    if (localtime_r(&t, &when) == NULL || !learn_day(cache, t, &when, &day)) return NULL;
+    day.number = floor_days((long long)day.start + when.tm_gmtoff);
+    cache->offset = when.tm_gmtoff;
+    if (!reserve_day(cache)) return NULL;
+    rpf_date_day *slot = find_day(cache, day.number);
+    *slot = day;
+    cache->count += 1;
+    cache->last = slot;
+    return slot;
+}
+
+int rpf_date_cache_text(rpf_date_cache *cache, time_t t, char *buffer)
+{
+    const rpf_date_day *day = rpf_date_cache_day(cache, t);
+    if (day != NULL) {
+        rpf_date_day_text(day, t, buffer);
+        return rpf_date_day_length(day);
+    }
+    if (cache->state < 0) return -1;
+    struct tm when;
+    if (localtime_r(&t, &when) == NULL) return -1;
+    return (int)format_date(&when, &cache->today, buffer);
+}
+
+void rpf_date_cache_clear(rpf_date_cache *cache)
+{
+    if (cache->days != cache->first) free(cache->days);
+    cache->days = NULL;
 }
 
 /* Month 0-11 from the first three characters, looking only at the characters

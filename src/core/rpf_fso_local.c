@@ -70,6 +70,7 @@ typedef struct reader {
 static void reader_finish(reader *r)
 {
     rpf_pack_finish(&r->pack);
+    rpf_date_cache_clear(&r->calendar);
     free(r->owners.items);
     free(r->groups.items);
     free(r->buffer);
@@ -136,15 +137,33 @@ static const char *group_name_of(reader *r, unsigned int gid)
 
 /* A use of the name text of `id` for one record, looked up on first need;
  * null when memory is exhausted. */
-static char *id_text_for(reader *r, id_cache *cache, unsigned int id, const char *(*look_up)(reader *, unsigned int))
+static char *id_text_lookup(reader *r, id_cache *cache, unsigned int id,
+                            const char *(*look_up)(reader *, unsigned int));
+
+/* id_text_lookup, with the usual case (the same id as the entry before) kept
+ * inline. */
+static inline char *id_text_for(reader *r, id_cache *cache, unsigned int id,
+                                const char *(*look_up)(reader *, unsigned int))
 {
+    if (cache->last < cache->count && cache->items[cache->last].id == id) {
+        rpf_pack_use(cache->items[cache->last].text);
+        return cache->items[cache->last].text;
+    }
+    return id_text_lookup(r, cache, id, look_up);
+}
+
+static char *id_text_lookup(reader *r, id_cache *cache, unsigned int id, const char *(*look_up)(reader *, unsigned int))
+{
+    /* The cache holds packed texts only. */
     if (cache->count > cache->last && cache->items[cache->last].id == id) {
-        return share_text(r, cache->items[cache->last].text);
+        rpf_pack_use(cache->items[cache->last].text);
+        return cache->items[cache->last].text;
     }
     for (size_t i = 0; i < cache->count; ++i) {
         if (cache->items[i].id == id) {
             cache->last = i;
-            return share_text(r, cache->items[i].text);
+            rpf_pack_use(cache->items[i].text);
+            return cache->items[i].text;
         }
     }
     if (cache->count == cache->capacity) {
@@ -265,7 +284,9 @@ static int set_link_target(reader *r, rpf_fso *record, const child_source *sourc
 }
 
 /* The URL record of a child: packed, its path shared with the complete path
- * (a link's own path where the two differ, as after a folder path "//"). */
+ * (a link's own path where the two differ, as after a folder path "//").
+ * Null, or a path left null, when memory ran out: nothing packed may be
+ * released while the read builds, so the caller frees it later. */
 static rpf_url *child_url(reader *r, rpf_fso *record, const child_source *source)
 {
     rpf_url *url = rpf_pack_alloc(&r->pack, sizeof *url, _Alignof(rpf_url));
@@ -276,10 +297,6 @@ static rpf_url *child_url(reader *r, rpf_fso *record, const child_source *source
         url->path = keep_text(r, source->link_path, strlen(source->link_path));
     } else {
         url->path = share_text(r, record->complete_path);
-    }
-    if (url->path == NULL) {
-        rpf_url_dealloc(url);
-        return NULL;
     }
     return url;
 }
@@ -317,32 +334,23 @@ static int set_paths(reader *r, rpf_fso *record, const child_source *source)
     return 1;
 }
 
-/* The record of one entry of a folder; null when memory is exhausted. A
- * record that could not be completed is handed back in *partial so that it
- * is freed once the read's packed uses are published. */
-static rpf_fso *build_child(reader *r, const child_source *source, rpf_fso **partial)
+/* The numbers of a child record from its status. */
+static void set_numbers(rpf_fso *record, const struct stat *st)
 {
-    const struct stat *st = source->data;
-    rpf_fso *record = rpf_pack_alloc(&r->pack, sizeof *record, _Alignof(rpf_fso));
-    if (record == NULL && (record = malloc(sizeof *record)) == NULL) return NULL;
-    memset(record, 0, sizeof *record);
-    int32_t type = type_of_mode(st->st_mode);
     record->locality = RPF_FSO_LOCAL;
-    record->type = type;
+    record->type = type_of_mode(st->st_mode);
     record->perms = perms_of_mode(st->st_mode);
     record->links = (int32_t)st->st_nlink;
     record->size = (int32_t)(uint32_t)st->st_size;
     record->mtime = (int32_t)st->st_mtime;
+}
+
+/* The link target and the arrays of a child: 0 when memory ran out. */
+static int set_kind_fields(reader *r, rpf_fso *record, const child_source *source)
+{
     int failed = 0;
-    if (!set_paths(r, record, source)) failed = 1;
-    if (!failed) {
-        record->date_modified = date_text_for(r, st->st_mtime, &failed);
-        record->group_name = id_text_for(r, &r->groups, (unsigned int)st->st_gid, group_name_of);
-        record->owner_name = id_text_for(r, &r->owners, (unsigned int)st->st_uid, owner_name_of);
-        record->url = child_url(r, record, source);
-        failed = failed || record->group_name == NULL || record->owner_name == NULL || record->url == NULL;
-    }
-    if (!failed && type == RPF_FSO_TYPE_LINK) {
+    int32_t type = record->type;
+    if (type == RPF_FSO_TYPE_LINK) {
         if (source->target != NULL) {
             record->link_target_type = target_type(source->target);
             failed = !set_link_target(r, record, source);
@@ -355,7 +363,104 @@ static rpf_fso *build_child(reader *r, const child_source *source, rpf_fso **par
         record->subdirectories = rpf_array_new();
         failed = record->files == NULL || record->subdirectories == NULL;
     }
-    if (failed) {
+    return !failed;
+}
+
+/* The record of one entry of a folder made piece by piece, each piece packed
+ * where it can be and malloc'd where not: the way when the entry's one piece
+ * (see build_child) cannot be had. Null when memory is exhausted; a record
+ * that could not be completed is handed back in *partial so that it is freed
+ * once the read's packed uses are published. */
+static rpf_fso *build_child_in_pieces(reader *r, const child_source *source, rpf_fso **partial)
+{
+    const struct stat *st = source->data;
+    rpf_fso *record = rpf_pack_alloc(&r->pack, sizeof *record, _Alignof(rpf_fso));
+    if (record == NULL && (record = calloc(1, sizeof *record)) == NULL) return NULL;
+    set_numbers(record, st);
+    int failed = !set_paths(r, record, source);
+    if (!failed) {
+        record->date_modified = date_text_for(r, st->st_mtime, &failed);
+        record->group_name = id_text_for(r, &r->groups, (unsigned int)st->st_gid, group_name_of);
+        record->owner_name = id_text_for(r, &r->owners, (unsigned int)st->st_uid, owner_name_of);
+        record->url = child_url(r, record, source);
+        failed = failed || record->group_name == NULL || record->owner_name == NULL || record->url == NULL ||
+                 record->url->path == NULL;
+    }
+    if (failed || !set_kind_fields(r, record, source)) {
+        *partial = record;
+        return NULL;
+    }
+    return record;
+}
+
+/* The record of one entry of a folder as one packed piece: the record, its
+ * URL record, the complete path (whose tail is the name, whose tail is the
+ * extension; the URL record's path too) and, unless an earlier record of the
+ * same time has one to share, its date text. Null when memory is exhausted,
+ * as build_child_in_pieces. */
+static rpf_fso *build_child(reader *r, const child_source *source, rpf_fso **partial)
+{
+    const struct stat *st = source->data;
+    const char last = source->name[source->name_length - 1];
+    if (last == ' ' || last == '\r' || last == '\n' || source->link_path != NULL) {
+        /* A name with trailing blanks has an extension of its own; a link's
+         * own path may differ from its complete path (and links are few). */
+        return build_child_in_pieces(r, source, partial);
+    }
+    date_slot *slot = &r->dates[(size_t)((unsigned long long)st->st_mtime % DATE_SLOTS)];
+    char *shared_date = slot->text != NULL && slot->when == st->st_mtime ? slot->text : NULL;
+    /* The day of the entry before is the usual case: its text is written
+     * straight into the piece. */
+    const rpf_date_day *day = shared_date != NULL ? NULL : rpf_date_cache_day(&r->calendar, st->st_mtime);
+    char date[RPF_DATE_TEXT_SIZE];
+    int date_length = shared_date != NULL ? -1
+                      : day != NULL       ? rpf_date_day_length(day)
+                                          : rpf_date_cache_text(&r->calendar, st->st_mtime, date);
+    size_t parent = source->parent_length, separator = is_root_parent(source->parent) ? 0 : 1;
+    size_t path_length = parent + separator + source->name_length;
+    size_t size =
+        sizeof(rpf_fso) + sizeof(rpf_url) + path_length + 1 + (date_length >= 0 ? (size_t)date_length + 1 : 0);
+    _Static_assert(sizeof(rpf_fso) % _Alignof(rpf_url) == 0, "the URL record follows the record aligned");
+    char *piece = rpf_pack_alloc(&r->pack, size, _Alignof(rpf_fso));
+    if (piece == NULL) return build_child_in_pieces(r, source, partial);
+    /* Pieces come as zeros: every field not set below is 0 or null. */
+    rpf_fso *record = (rpf_fso *)(void *)piece;
+    rpf_url *url = (rpf_url *)(void *)(piece + sizeof(rpf_fso));
+    char *complete = piece + sizeof(rpf_fso) + sizeof(rpf_url);
+    set_numbers(record, st);
+    memcpy(complete, source->parent, parent);
+    memcpy(complete + parent, "/", separator);
+    memcpy(complete + parent + separator, source->name, source->name_length + 1);
+    char *name = complete + parent + separator;
+    const char *extension = extension_tail(name, source->name_length);
+    record->complete_path = complete;
+    record->name = name;
+    record->extension = (char *)extension;
+    url->type = RPF_URL_TYPE_FILE;
+    url->path = complete;
+    record->url = url;
+    /* The piece came with one use; the URL record, the complete path, the
+     * name, the URL's path and the extension add theirs. */
+    size_t uses = 4 + (extension != NULL);
+    if (date_length >= 0) {
+        char *own = complete + path_length + 1;
+        if (day != NULL) {
+            rpf_date_day_text(day, st->st_mtime, own);
+        } else {
+            memcpy(own, date, (size_t)date_length + 1);
+        }
+        record->date_modified = own;
+        slot->when = st->st_mtime;
+        slot->text = own;
+        uses += 1;
+    } else if (shared_date != NULL) {
+        record->date_modified = shared_date;
+        rpf_pack_use(shared_date);
+    }
+    rpf_pack_add_uses(piece, uses);
+    record->group_name = id_text_for(r, &r->groups, (unsigned int)st->st_gid, group_name_of);
+    record->owner_name = id_text_for(r, &r->owners, (unsigned int)st->st_uid, owner_name_of);
+    if (record->group_name == NULL || record->owner_name == NULL || !set_kind_fields(r, record, source)) {
         *partial = record;
         return NULL;
     }
@@ -444,7 +549,12 @@ static int read_children(reader *r, rpf_fso *record, const char *path, rpf_fso *
                                link_path};
         rpf_fso *child = S_ISLNK(data.st_mode) && link_path == NULL ? NULL : build_child(r, &source, partial);
         free(link_path);
-        if (child == NULL || rpf_fso_add_subitem(record, child) != 0) {
+        /* rpf_fso_add_subitem, knowing the folder is one and the child is there. */
+        rpf_array *array = child == NULL                           ? NULL
+                           : child->type == RPF_FSO_TYPE_DIRECTORY ? record->subdirectories
+                                                                   : record->files;
+        if (child != NULL) child->parent = record;
+        if (child == NULL || rpf_array_append(array, child) != 0) {
             if (child != NULL) *partial = child;
             errno = ENOMEM;
             status = -1;

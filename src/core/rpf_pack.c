@@ -21,15 +21,10 @@
 #endif
 
 enum { CHUNK_SHIFT = 20 };
-#define CHUNK_SIZE ((size_t)1 << CHUNK_SHIFT)
+#define CHUNK_SIZE RPF_PACK_CHUNK_SIZE
+_Static_assert(CHUNK_SIZE == (size_t)1 << CHUNK_SHIFT, "one chunk size");
 /* 16 GiB of address space, reserved without memory behind it. */
 #define CHUNK_COUNT ((size_t)16384)
-
-struct rpf_pack_chunk {
-    atomic_size_t uses; /* published uses, plus one while its read builds */
-    size_t building;    /* uses handed out by the building read, not yet published */
-    size_t dirty;       /* bytes written since the chunk was last cleared */
-};
 
 /* The header is a whole cache line so that the pieces after it start aligned. */
 enum { HEADER_SIZE = 64 };
@@ -113,7 +108,9 @@ static void give_back(rpf_pack_chunk *chunk)
      * taken again. */
     char *base = atomic_load_explicit(&range.base, memory_order_relaxed);
     size_t index = (size_t)((char *)chunk - base) >> CHUNK_SHIFT;
-    (void)madvise(chunk, chunk->dirty, MADV_DONTNEED);
+    /* Pieces are handed out as zeros: a chunk that keeps its pages is
+     * cleared by hand. */
+    if (madvise(chunk, chunk->dirty, MADV_DONTNEED) != 0) memset(chunk, 0, chunk->dirty);
     pthread_mutex_lock(&range.lock);
     range.free[range.free_count++] = index;
     range.in_use -= 1;
@@ -139,10 +136,10 @@ static int remember(rpf_pack *pack, rpf_pack_chunk *chunk)
     return 1;
 }
 
-void *rpf_pack_alloc(rpf_pack *pack, size_t size, size_t align)
+void *rpf_pack_alloc_slow(rpf_pack *pack, size_t size, size_t align)
 {
     uintptr_t at = ((uintptr_t)pack->next + (align - 1)) & ~(uintptr_t)(align - 1);
-    if (pack->chunk == NULL || size > (size_t)(pack->end - (char *)at)) {
+    if (pack->chunk == NULL || size > (size_t)((uintptr_t)pack->end - at)) {
         if (size > CHUNK_SIZE - HEADER_SIZE) return NULL;
         rpf_pack_chunk *chunk = take_chunk();
         if (chunk == NULL) return NULL;
@@ -169,11 +166,6 @@ char *rpf_pack_copy(rpf_pack *pack, const char *text, size_t length)
     memcpy(copy, text, length);
     copy[length] = '\0';
     return copy;
-}
-
-void rpf_pack_use(const void *piece)
-{
-    chunk_of(piece)->building += 1;
 }
 
 void rpf_pack_finish(rpf_pack *pack)

@@ -20,10 +20,19 @@
 #ifndef RKCORE_RPF_PACK_P_H
 #define RKCORE_RPF_PACK_P_H
 
+#include <stdatomic.h>
 #include <stddef.h>
 #include <stdint.h>
 
-typedef struct rpf_pack_chunk rpf_pack_chunk;
+/* Chunks are aligned to their size: a piece finds its chunk's header by
+ * masking its address. */
+#define RPF_PACK_CHUNK_SIZE ((size_t)1 << 20)
+
+typedef struct rpf_pack_chunk {
+    atomic_size_t uses; /* published uses, plus one while its read builds */
+    size_t building;    /* uses handed out by the building read, not yet published */
+    size_t dirty;       /* bytes written since the chunk was last cleared */
+} rpf_pack_chunk;
 
 /* The writing side of one read. Zero-initialise. */
 typedef struct rpf_pack {
@@ -35,15 +44,35 @@ typedef struct rpf_pack {
     size_t capacity;
 } rpf_pack;
 
-/* `size` bytes aligned to `align` (a power of two up to 16) holding one use,
- * or null (no chunk could be had, or the piece is too big). */
-void *rpf_pack_alloc(rpf_pack *pack, size_t size, size_t align);
+/* rpf_pack_alloc when the current chunk has no room. */
+void *rpf_pack_alloc_slow(rpf_pack *pack, size_t size, size_t align);
+
+/* `size` bytes of zeros aligned to `align` (a power of two up to 16) holding
+ * one use, or null (no chunk could be had, or the piece is too big). */
+static inline void *rpf_pack_alloc(rpf_pack *pack, size_t size, size_t align)
+{
+    uintptr_t at = ((uintptr_t)pack->next + (align - 1)) & ~(uintptr_t)(align - 1);
+    if (pack->chunk == NULL || size > (size_t)((uintptr_t)pack->end - at))
+        return rpf_pack_alloc_slow(pack, size, align);
+    pack->next = (char *)at + size;
+    pack->chunk->building += 1;
+    return (void *)at;
+}
 
 /* A packed copy of the `length` bytes at `text` and a terminator, one use. */
 char *rpf_pack_copy(rpf_pack *pack, const char *text, size_t length);
 
+/* `uses` more uses of a piece this read allocated (before rpf_pack_finish). */
+static inline void rpf_pack_add_uses(const void *piece, size_t uses)
+{
+    ((rpf_pack_chunk *)((uintptr_t)piece & ~(uintptr_t)(RPF_PACK_CHUNK_SIZE - 1)))->building += uses;
+}
+
 /* One more use of a piece this read allocated (before rpf_pack_finish). */
-void rpf_pack_use(const void *piece);
+static inline void rpf_pack_use(const void *piece)
+{
+    rpf_pack_add_uses(piece, 1);
+}
 
 /* Publishes the uses of every chunk the read took and gives up the read's own
  * hold on them; chunks nothing points into go back at once. */
