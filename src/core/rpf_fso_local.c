@@ -63,6 +63,8 @@ typedef struct reader {
     rpf_date_cache calendar;
     char *buffer; /* scratch space for getpwuid_r / getgrgid_r */
     size_t buffer_size;
+    char *folder_canonical; /* realpath of the folder, once a link needs it */
+    int folder_examined;    /* 1 once realpath of the folder was tried */
 } reader;
 
 /* Publishes the uses of every packed piece and drops the caches. The caches'
@@ -71,6 +73,7 @@ static void reader_finish(reader *r)
 {
     rpf_pack_finish(&r->pack);
     rpf_date_cache_clear(&r->calendar);
+    free(r->folder_canonical);
     free(r->owners.items);
     free(r->groups.items);
     free(r->buffer);
@@ -252,13 +255,41 @@ typedef struct child_source {
     const char *parent; /* every child's parent path */
     size_t parent_length;
     const char *link_path; /* a link's path (folder + name), for realpath; null for others */
+    int folder_fd;         /* the open folder */
+    const char *folder;    /* its path as given */
 } child_source;
+
+/* realpath of a child link, a new text or null. A link to an entry of the
+ * same folder that is no link itself (the usual relative link) resolves to
+ * the folder's canonical path, a separator and the entry's name: two calls
+ * relative to the open folder instead of a look-up of every component. */
+static char *canonical_link_target(reader *r, const child_source *source)
+{
+    char target[4096];
+    ssize_t length = readlinkat(source->folder_fd, source->name, target, sizeof target);
+    if (length > 0 && (size_t)length < sizeof target) {
+        target[length] = '\0';
+        struct stat data;
+        if (memchr(target, '/', (size_t)length) == NULL && strcmp(target, ".") != 0 && strcmp(target, "..") != 0 &&
+            fstatat(source->folder_fd, target, &data, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT) == 0 &&
+            !S_ISLNK(data.st_mode)) {
+            if (!r->folder_examined) {
+                r->folder_examined = 1;
+                r->folder_canonical = realpath(source->folder, NULL);
+            }
+            if (r->folder_canonical != NULL) {
+                return rpf_concat(r->folder_canonical, strcmp(r->folder_canonical, "/") == 0 ? "" : "/", target);
+            }
+        }
+    }
+    return realpath(source->link_path, NULL);
+}
 
 /* The link fields of a child link whose target could be examined. 0 when
  * memory ran out. */
 static int set_link_target(reader *r, rpf_fso *record, const child_source *source)
 {
-    char *resolved = realpath(source->link_path, NULL);
+    char *resolved = canonical_link_target(r, source);
     const char *target = RPF_FSO_BROKEN_LINK_TEXT;
     if (resolved != NULL && strlen(resolved) < TARGET_PATH_LIMIT) target = resolved;
     record->alias_location = keep_text(r, target, strlen(target));
@@ -545,8 +576,8 @@ static int read_children(reader *r, rpf_fso *record, const char *path, rpf_fso *
         /* Only a link needs its path before the record exists (to find its
          * target). */
         char *link_path = S_ISLNK(data.st_mode) ? rpf_path_by_appending_item(path, name) : NULL;
-        child_source source = {&data,    has_target ? &target : NULL, name, strlen(name), parent, parent_length,
-                               link_path};
+        child_source source = {
+            &data, has_target ? &target : NULL, name, strlen(name), parent, parent_length, link_path, fd, path};
         rpf_fso *child = S_ISLNK(data.st_mode) && link_path == NULL ? NULL : build_child(r, &source, partial);
         free(link_path);
         /* rpf_fso_add_subitem, knowing the folder is one and the child is there. */

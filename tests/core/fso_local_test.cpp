@@ -169,6 +169,24 @@ TEST_F(FsoLocal, EntryKindsAndLinkTargetsWithOrWithoutTrailingSeparator)
     EXPECT_EQ(std::make_pair(sub->owner_name, sub->group_name), std::make_pair(pipe->owner_name, pipe->group_name));
 }
 
+TEST_F(FsoLocal, LinkTargetsThroughALinkedFolderAndAlongChains)
+{
+    // Targets are canonical whichever way they are named: a sibling, a sibling that is itself a link, a path
+    // with "..", "." itself; read once directly and once through a link to the folder.
+    std::ofstream(at("sub/x")) << "x";
+    ASSERT_EQ(symlink("x", at("sub/near").c_str()) + symlink("near", at("sub/chain").c_str()) +
+                  symlink("../notes 1.2.tXt", at("sub/up").c_str()) + symlink(".", at("sub/self").c_str()) +
+                  symlink("gone", at("sub/dangling").c_str()),
+              0);
+    for (const std::string &path : {at("sub"), at("to-folder"), at("to-folder") + "/"}) {
+        Tree record;
+        expectFolderAgrees(path.back() == '/' ? path.substr(0, path.size() - 1) : path, record);
+        const rpf_fso *chain = child(record.get(), "chain");
+        ASSERT_NE(chain, nullptr) << path;
+        EXPECT_EQ(text(chain->complete_alias_path), canonical(at("sub/x"))) << path;
+    }
+}
+
 TEST_F(FsoLocal, OwnersAndGroupsWithoutANameReadUnknown)
 {
     if (geteuid() != 0) GTEST_SKIP() << "needs root to give files away";
