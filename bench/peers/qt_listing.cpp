@@ -15,7 +15,7 @@
 int main(int argc, char **argv)
 {
     if (argc != 2) {
-        std::fprintf(stderr, "usage: qt-listing FOLDER\n");
+        (void)std::fprintf(stderr, "usage: qt-listing FOLDER\n");
         return 2;
     }
     const auto start = std::chrono::steady_clock::now();

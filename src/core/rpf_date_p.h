@@ -66,11 +66,11 @@ static inline void rpf_date_day_text(const rpf_date_day *day, time_t t, char *bu
                                 "8081828384858687888990919293949596979899";
     unsigned seconds = (unsigned)(t - day->start), rest = seconds % 3600;
     char *p = buffer + day->length;
-    __builtin_memcpy(p, pairs + 2 * (seconds / 3600), 2);
+    __builtin_memcpy(p, pairs + (size_t)2 * (seconds / 3600), 2);
     p[2] = ':';
-    __builtin_memcpy(p + 3, pairs + 2 * (rest / 60), 2);
+    __builtin_memcpy(p + 3, pairs + (size_t)2 * (rest / 60), 2);
     p[5] = ':';
-    __builtin_memcpy(p + 6, pairs + 2 * (rest % 60), 2);
+    __builtin_memcpy(p + 6, pairs + (size_t)2 * (rest % 60), 2);
     p[8] = '\0';
 }
 

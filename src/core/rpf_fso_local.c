@@ -521,7 +521,9 @@ static rpf_fso *build_top(reader *r, const struct stat *st, const char *path)
         free(date);
         return NULL;
     }
-    record->mtime = (int32_t)st->st_mtime;
+    /* The record holds owner, group and date from here on (the constructor
+     * keeps the pointers it is given). */
+    record->mtime = (int32_t)st->st_mtime; // NOLINT(clang-analyzer-unix.Malloc)
     record->url = rpf_url_new_local(path);
     int complete =
         record->name != NULL && record->complete_path != NULL && record->url != NULL &&

@@ -54,14 +54,15 @@ static void reserve_range(void)
     }
     /* Chunks are aligned to their size, so a piece finds its header by
      * masking its address. */
-    uintptr_t aligned = ((uintptr_t)area + CHUNK_SIZE - 1) & ~(uintptr_t)(CHUNK_SIZE - 1);
+    char *aligned = (char *)area + ((CHUNK_SIZE - ((uintptr_t)area & (CHUNK_SIZE - 1))) & (CHUNK_SIZE - 1));
     range.free = free_list;
-    atomic_store_explicit(&range.base, (char *)aligned, memory_order_release);
+    atomic_store_explicit(&range.base, aligned, memory_order_release);
 }
 
 static rpf_pack_chunk *chunk_of(const void *pointer)
 {
-    return (rpf_pack_chunk *)((uintptr_t)pointer & ~(uintptr_t)(CHUNK_SIZE - 1));
+    const char *at = pointer;
+    return (rpf_pack_chunk *)(at - ((uintptr_t)at & (CHUNK_SIZE - 1)));
 }
 
 int rpf_pack_contains(const void *pointer)
@@ -127,7 +128,8 @@ static int remember(rpf_pack *pack, rpf_pack_chunk *chunk)
 {
     if (pack->count == pack->capacity) {
         size_t capacity = pack->capacity == 0 ? 8 : pack->capacity * 2;
-        rpf_pack_chunk **taken = realloc(pack->taken, capacity * sizeof *taken);
+        /* An array of pointers. */
+        rpf_pack_chunk **taken = realloc(pack->taken, capacity * sizeof *taken); // NOLINT(bugprone-sizeof-expression)
         if (taken == NULL) return 0;
         pack->taken = taken;
         pack->capacity = capacity;
@@ -138,24 +140,22 @@ static int remember(rpf_pack *pack, rpf_pack_chunk *chunk)
 
 void *rpf_pack_alloc_slow(rpf_pack *pack, size_t size, size_t align)
 {
-    uintptr_t at = ((uintptr_t)pack->next + (align - 1)) & ~(uintptr_t)(align - 1);
-    if (pack->chunk == NULL || size > (size_t)((uintptr_t)pack->end - at)) {
-        if (size > CHUNK_SIZE - HEADER_SIZE) return NULL;
-        rpf_pack_chunk *chunk = take_chunk();
-        if (chunk == NULL) return NULL;
-        if (!remember(pack, chunk)) {
-            release_uses(chunk, 1);
-            return NULL;
-        }
-        if (pack->chunk != NULL) pack->chunk->dirty = (size_t)(pack->next - (char *)pack->chunk);
-        pack->chunk = chunk;
-        pack->next = (char *)chunk + HEADER_SIZE;
-        pack->end = (char *)chunk + CHUNK_SIZE;
-        at = (uintptr_t)pack->next;
+    /* A fresh chunk: its first piece is aligned to the header's 64 bytes. */
+    (void)align;
+    if (size > CHUNK_SIZE - HEADER_SIZE) return NULL;
+    rpf_pack_chunk *chunk = take_chunk();
+    if (chunk == NULL) return NULL;
+    if (!remember(pack, chunk)) {
+        release_uses(chunk, 1);
+        return NULL;
     }
-    pack->next = (char *)at + size;
-    pack->chunk->building += 1;
-    return (void *)at;
+    if (pack->chunk != NULL) pack->chunk->dirty = (size_t)(pack->next - (char *)pack->chunk);
+    char *at = (char *)chunk + HEADER_SIZE;
+    pack->chunk = chunk;
+    pack->next = at + size;
+    pack->end = (char *)chunk + CHUNK_SIZE;
+    chunk->building += 1;
+    return at;
 }
 
 char *rpf_pack_copy(rpf_pack *pack, const char *text, size_t length)

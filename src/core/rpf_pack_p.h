@@ -51,12 +51,12 @@ void *rpf_pack_alloc_slow(rpf_pack *pack, size_t size, size_t align);
  * one use, or null (no chunk could be had, or the piece is too big). */
 static inline void *rpf_pack_alloc(rpf_pack *pack, size_t size, size_t align)
 {
-    uintptr_t at = ((uintptr_t)pack->next + (align - 1)) & ~(uintptr_t)(align - 1);
-    if (pack->chunk == NULL || size > (size_t)((uintptr_t)pack->end - at))
-        return rpf_pack_alloc_slow(pack, size, align);
-    pack->next = (char *)at + size;
+    if (pack->chunk == NULL) return rpf_pack_alloc_slow(pack, size, align);
+    char *at = pack->next + ((align - ((uintptr_t)pack->next & (align - 1))) & (align - 1));
+    if (at > pack->end || size > (size_t)(pack->end - at)) return rpf_pack_alloc_slow(pack, size, align);
+    pack->next = at + size;
     pack->chunk->building += 1;
-    return (void *)at;
+    return at;
 }
 
 /* A packed copy of the `length` bytes at `text` and a terminator, one use. */
@@ -65,7 +65,8 @@ char *rpf_pack_copy(rpf_pack *pack, const char *text, size_t length);
 /* `uses` more uses of a piece this read allocated (before rpf_pack_finish). */
 static inline void rpf_pack_add_uses(const void *piece, size_t uses)
 {
-    ((rpf_pack_chunk *)((uintptr_t)piece & ~(uintptr_t)(RPF_PACK_CHUNK_SIZE - 1)))->building += uses;
+    const char *at = piece;
+    ((rpf_pack_chunk *)(at - ((uintptr_t)at & (RPF_PACK_CHUNK_SIZE - 1))))->building += uses;
 }
 
 /* One more use of a piece this read allocated (before rpf_pack_finish). */

@@ -258,11 +258,11 @@ TEST_F(FsoLocal, DatesOfManyDaysAgreeWithTheDateTextOfEachTime)
     setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
     tzset();
     const time_t now = time(nullptr);
-    std::vector<time_t> times = {now,        now - 86400, now + 3600, 0,          -1,         -86400 * 365,
+    std::vector<time_t> times = {now,        now - 86400, now + 3600, 0,          -1,         time_t{-86400} * 365,
                                  1711846799, 1711846800,  1711843200, 1711929599, 1729989000, 1729992600,
                                  1729990800, 1729987199,  1729900800, 1730000000, 2147483647, 1704063599,
                                  1704063600, 1704067199,  951782400,  951868799,  4102444800};
-    for (time_t t = 1600000000; t < 1760000000; t += 1999999)
+    for (time_t t = 1600000000; t < 1760000000; t += 1999999) // NOLINT(performance-inefficient-vector-operation)
         times.push_back(t);
     for (size_t i = 0; i < times.size(); ++i) {
         const std::string path = at("t" + std::to_string(i));

@@ -63,7 +63,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         at += 6 + name.size() + 1;
         if (name.empty() || name == "." || name == ".." || name.size() > 200 || name.find('/') != std::string::npos)
             continue;
-        const std::string path = dir + "/" + name;
+        std::string path = dir + "/";
+        path += name;
         const int status = kind % 3 == 0   ? mkdir(path.c_str(), 0700)
                            : kind % 3 == 1 ? symlink(kind & 4 ? "/" : "nowhere", path.c_str())
                                            : close(open(path.c_str(), O_CREAT | O_WRONLY | O_CLOEXEC, 0600));
@@ -81,7 +82,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
             struct stat status {};
             check(item != nullptr && lstat(item->complete_path, &status) == 0);
             const std::string name = item->name;
-            check(item->complete_path == dir + "/" + name);
+            check(item->complete_path == std::string(dir).append("/").append(name));
             check(std::string(rpf_url_itemPath(item->url)) == item->complete_path);
             check(textOf(rpf_string_get_extension(item->name)) ==
                   (item->extension == nullptr ? "<null>" : item->extension));
