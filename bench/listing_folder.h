@@ -5,6 +5,12 @@
 // link (links alternate: dangling, to a folder, to a file). Names carry
 // several dots, spaces and non-ASCII characters; when run as root, about one
 // file in a thousand belongs to an owner and group without a name.
+//
+// The folder is the same on every machine: names, kinds, sizes (files are
+// sparse, so a million entries take inodes but almost no blocks) and
+// modification times (about three years of them, one entry in ten sharing the
+// time of the one before, as files copied together do) follow from the
+// entry's number alone.
 #pragma once
 
 #include <fcntl.h>
@@ -12,6 +18,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <ctime>
 #include <string>
 
 namespace rkbench {
@@ -20,7 +27,14 @@ inline constexpr int kDefaultEntries = 100000;
 
 inline std::string defaultFolder(int entries = kDefaultEntries)
 {
-    return "/tmp/rkcore-bench-listing-" + std::to_string(entries);
+    return "/tmp/rkcore-bench-tree-" + std::to_string(entries);
+}
+
+// The modification time of entry `i`.
+inline time_t entryTime(int i)
+{
+    const int step = i - (i % 10 == 1 ? 1 : 0);
+    return static_cast<time_t>(1700000000) + static_cast<time_t>(step) * 97;
 }
 
 inline std::string entryName(int i)
@@ -43,7 +57,6 @@ inline bool makeListingFolder(const std::string &folder, int entries)
     if (access(marker.c_str(), F_OK) == 0) return true;
     if (mkdir(folder.c_str(), 0755) != 0) return false;
     const bool root = geteuid() == 0;
-    std::string content(300, 'x');
     std::string lastFolder, lastFile;
     for (int i = 1; i < entries; ++i) { // the marker is the last entry
         const std::string path = folder + "/" + entryName(i);
@@ -59,12 +72,13 @@ inline bool makeListingFolder(const std::string &folder, int entries)
         } else {
             const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
             if (fd < 0) return false;
-            const auto length = static_cast<size_t>(i % 300);
-            const bool written = write(fd, content.data(), length) == static_cast<ssize_t>(length);
+            const bool written = ftruncate(fd, static_cast<off_t>(i % 300)) == 0;
             if (root && i % 997 == 0) (void)fchown(fd, 60000 + i % 3, 60000 + i % 3);
             if (close(fd) != 0 || !written) return false;
             lastFile = entryName(i);
         }
+        const timespec times[2] = {{entryTime(i), 0}, {entryTime(i), 0}};
+        if (utimensat(AT_FDCWD, path.c_str(), times, AT_SYMLINK_NOFOLLOW) != 0) return false;
     }
     const int fd = open(marker.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0644);
     return fd >= 0 && close(fd) == 0;

@@ -1,6 +1,6 @@
 // Creates the listing benchmarks' folder:
 //   rkcore-make-listing-folder [FOLDER [ENTRIES]]
-// (default /tmp/rkcore-bench-listing-100000 with 100,000 entries; an empty
+// (default /tmp/rkcore-bench-tree-100000 with 100,000 entries; an empty
 // folder when ENTRIES is 0). Prints the folder's path.
 #include <sys/stat.h>
 

@@ -15,21 +15,35 @@
  *   trimmed link target, complete alias path, complete path and extension.
  * - Arrays hold plain pointers; a child's `parent` is not owned.
  * - rpf_fso_destroy frees the record block only: texts, URL record, arrays and
- *   children stay allocated (callers that keep them free them as they need).
- * - rpf_fso_destroy_deep frees a whole tree (see there). Records read by
- *   rpf_fso_get_local_fso share their owner, group and date texts between
- *   records: free those fields with rpf_fso_free_text (or the deep free),
- *   never with free().
+ *   children stay allocated and valid (callers that keep them free them as
+ *   they need).
+ * - rpf_fso_destroy_deep frees a whole tree (see there).
+ * - Records read by rpf_fso_get_local_fso: the records, texts and URL
+ *   records of a folder's children are packed together in blocks of that
+ *   read, so free a record only with rpf_fso_destroy or rpf_fso_destroy_deep
+ *   (never with free(); this holds for every record). Each text
+ *   field is still its own NUL-terminated text, but fields may overlap or be
+ *   one text: the name is the tail of complete_path, the extension the tail
+ *   of the name, the URL record's path is complete_path, and owner, group and
+ *   date texts are shared between the read's records. So: never write into a
+ *   text of a read record, and free each field with rpf_fso_free_text (the
+ *   URL record with rpf_url_dealloc, the arrays with rpf_array_free) or with
+ *   the deep free, never with free(). A field may be replaced: free the old
+ *   text with rpf_fso_free_text and store a malloc'd one (the deep free
+ *   passes it to free()). A block goes when the last field pointing into it
+ *   is freed, on whatever thread that happens.
  *
  * Diagnostics (the walk's traces, the dump, error lines) go to the core's
  * diagnostic stream (rpf_diagnostics.h), standard output by default.
  *
  * Thread: a record is not synchronised; use a tree from one thread at a time.
- * Different trees may be read, used and freed on different threads at once.
+ * Different trees may be read, used and freed on different threads at once,
+ * and the fields of one read may be freed on different threads.
  */
 #ifndef RKCORE_RPF_FSO_H
 #define RKCORE_RPF_FSO_H
 
+#include <stddef.h>
 #include <stdint.h>
 
 #include <rkcore/rpf_array.h>
@@ -132,7 +146,7 @@ RPF_EXPORT rpf_fso *rpf_fso_new(int32_t type, int32_t locality, uint16_t perms, 
  * Free the result with rpf_fso_destroy_deep. */
 RPF_EXPORT rpf_fso *rpf_fso_get_local_fso(const char *path);
 
-/* Frees the record block only. Null is ignored. */
+/* Frees the record block only (every field stays valid). Null is ignored. */
 RPF_EXPORT void rpf_fso_destroy(rpf_fso *record);
 
 /* Frees a record and everything it refers to: every non-null text field
@@ -147,11 +161,15 @@ RPF_EXPORT void rpf_fso_destroy(rpf_fso *record);
  * was deep-freed, and do not deep-free a record twice. */
 RPF_EXPORT void rpf_fso_destroy_deep(rpf_fso *record);
 
-/* Frees one text field of a record: a text shared between records (owner,
- * group and date texts of locally read records) loses one user and goes when
- * its last user does; any other text is passed to free(). Null is ignored.
- * Any thread. */
+/* Frees one text field of a record: a packed text of a local read loses one
+ * use (its block goes with the last use of anything in it); any other text
+ * is passed to free(). Null is ignored. Any thread. */
 RPF_EXPORT void rpf_fso_free_text(char *text);
+
+/* The number of 1 MiB blocks holding records, texts and URL records of local reads
+ * that are still in use: 0 once every record of every read has been freed
+ * (leak checks in tests and benchmarks). Any thread. */
+RPF_EXPORT size_t rpf_fso_packed_blocks_in_use(void);
 
 /* Puts the child cursor at the start and returns the record (null stays
  * null). */
@@ -212,7 +230,8 @@ enum {
     RPF_FSO_KEY_SIZE = 9,                 /* size */
     RPF_FSO_KEY_COMPLETE_ALIAS_PATH = 11, /* complete_alias_path (record's text) */
     RPF_FSO_KEY_ALIAS_LOCATION = 12,      /* alias_location (record's text) */
-    RPF_FSO_KEY_URL_TEXT = 13,            /* NEW text: rpf_url_string(url) */
+    RPF_FSO_KEY_URL_TEXT = 13,            /* NEW text: rpf_url_string(url); without a URL record its answer
+                                             to null: the line "Null URL passed in" and null */
     RPF_FSO_KEY_RAVIX_URL = 14,           /* NEW text: rpf_ravix_url(url, type, size) */
     RPF_FSO_KEY_COMPLETE_PATH = 15,       /* complete_path (record's text) */
     RPF_FSO_KEY_PARENT_PATH = 16,         /* NEW text: rpf_parent_of_path(complete_path); free with rpf_path_free */
@@ -223,7 +242,9 @@ enum {
 
 /* The field of `key` as a pointer-width integer: a text pointer, a number or
  * a record pointer. Keys 3, 10, negative keys and keys above 19 give 0, and so
- * does a null record; keys 13, 14 and 16 give 0 when their source is null.
+ * does a null record; keys 14 and 16 give 0 when their source is null, and
+ * key 13 gives 0 after printing "Null URL passed in" when the record has no
+ * URL record (as rpf_url_string of null does).
  * Texts marked NEW above are the caller's to free. */
 RPF_EXPORT intptr_t rpf_fso_get_item_for_key(const rpf_fso *record, int32_t key);
 

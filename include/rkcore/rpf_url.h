@@ -5,7 +5,10 @@
  *
  * Ownership: records come from the constructors below and are freed with
  * rpf_url_dealloc. Accessors return the record's own texts (do not free them;
- * they live as long as the record and its setters). Every text form is a fresh
+ * they live as long as the record and its setters). The URL records of items
+ * read from a local folder (rpf_fso_get_local_fso) are packed with the
+ * read's texts: free them only with rpf_url_dealloc and change their texts
+ * only through the setters, never with free(). Every text form is a fresh
  * malloc buffer owned by the caller. The parsers trace their steps on the
  * core's diagnostic stream (rpf_diagnostics.h).
  *
@@ -23,13 +26,7 @@ extern "C" {
 #endif
 
 /* Scheme codes (1 is never produced) and their default ports. */
-enum {
-    RPF_URL_TYPE_FTP = 0,
-    RPF_URL_TYPE_SFTP = 2,
-    RPF_URL_TYPE_FILE = 3,
-    RPF_URL_TYPE_AFP = 4,
-    RPF_URL_TYPE_SMB = 5
-};
+enum { RPF_URL_TYPE_FTP = 0, RPF_URL_TYPE_SFTP = 2, RPF_URL_TYPE_FILE = 3, RPF_URL_TYPE_AFP = 4, RPF_URL_TYPE_SMB = 5 };
 enum { RPF_URL_PORT_FTP = 21, RPF_URL_PORT_SFTP = 22, RPF_URL_PORT_AFP = 548, RPF_URL_PORT_SMB = 139 };
 
 /* Kinds of the item a URL points to (item_type). */

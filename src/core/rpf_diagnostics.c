@@ -39,6 +39,11 @@ void rpf_diagnostics_reset(void)
     sink.context = NULL;
 }
 
+int rpf_diag_enabled(void)
+{
+    return sink.kind != SINK_NONE;
+}
+
 static void write_text(const char *text)
 {
     switch (sink.kind) {

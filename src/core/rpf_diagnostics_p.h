@@ -2,6 +2,9 @@
 #ifndef RKCORE_RPF_DIAGNOSTICS_P_H
 #define RKCORE_RPF_DIAGNOSTICS_P_H
 
+/* 0 when diagnostics are discarded: callers skip building their texts. */
+int rpf_diag_enabled(void);
+
 /* Writes `line` and a line end (as puts does). */
 void rpf_diag_line(const char *line);
 

@@ -41,8 +41,10 @@ static int class_value(char c)
 
 static int32_t octal_from_digits(unsigned owner, unsigned group, unsigned world)
 {
-    /* Each sum is printed with "%d%d%d" and read back as one decimal number;
-     * sums above 7 (a triple such as "rrr") therefore widen the text. */
+    /* Each sum is printed with "%d%d%d" and read back as one decimal number:
+     * for single digits that is plain arithmetic (leading zeros vanish either
+     * way); sums above 9 (a triple such as "rrr") widen the text. */
+    if (owner < 10 && group < 10 && world < 10) return (int32_t)(owner * 100 + group * 10 + world);
     char text[3 * 12 + 1];
     (void)snprintf(text, sizeof text, "%u%u%u", owner, group, world);
     return (int32_t)strtol(text, NULL, 10);

@@ -30,14 +30,21 @@ char *rpf_concat(const char *a, const char *b, const char *c)
 
 char *rpf_format(const char *format, ...)
 {
+    /* Most texts fit a small buffer: formatted once, then copied; a longer
+     * one is formatted a second time into its own buffer. */
+    char small[256];
     va_list args;
     va_start(args, format);
     va_list again;
     va_copy(again, args);
-    int length = vsnprintf(NULL, 0, format, args);
+    int length = vsnprintf(small, sizeof small, format, args);
     va_end(args);
     char *text = length < 0 ? NULL : malloc((size_t)length + 1);
-    if (text != NULL) (void)vsnprintf(text, (size_t)length + 1, format, again);
+    if (text != NULL && (size_t)length < sizeof small) {
+        memcpy(text, small, (size_t)length + 1);
+    } else if (text != NULL) {
+        (void)vsnprintf(text, (size_t)length + 1, format, again);
+    }
     va_end(again);
     return text;
 }

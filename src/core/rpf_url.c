@@ -6,6 +6,7 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "rpf_pack_p.h"
 #include "rpf_url_p.h"
 
 const rpf_url_parser_row url_parsers[RPF_URL_PARSER_COUNT] = {
@@ -15,19 +16,33 @@ const rpf_url_parser_row url_parsers[RPF_URL_PARSER_COUNT] = {
     {smb_url_parser, "SAMBA URL Parser"},
 };
 
+/* Texts of the records a folder read makes are packed (rpf_pack_p.h):
+ * rpf_text_free releases those and frees any other. */
+static void clear_fields(rpf_url *url, rpf_pack_batch *batch)
+{
+    rpf_text_free_batched(url->user_name, batch);
+    rpf_text_free_batched(url->password, batch);
+    rpf_text_free_batched(url->host, batch);
+    rpf_text_free_batched(url->path, batch);
+    memset(url, 0, sizeof *url);
+}
+
 void rpf_url_clear(rpf_url *url)
 {
-    free(url->user_name);
-    free(url->password);
-    free(url->host);
-    free(url->path);
-    memset(url, 0, sizeof *url);
+    clear_fields(url, NULL);
 }
 
 void rpf_url_store(char **field, char *text)
 {
-    free(*field);
+    rpf_text_free(*field);
     *field = text;
+}
+
+void rpf_url_dealloc_batched(rpf_url *url, rpf_pack_batch *batch)
+{
+    if (url == NULL) return;
+    clear_fields(url, batch);
+    rpf_text_free_batched(url, batch);
 }
 
 int32_t rpf_url_decimal(const char *text, size_t length)
@@ -119,9 +134,7 @@ rpf_url *rpf_url_new(int32_t type, const char *user_name, const char *password, 
  * anonymous or not, so all of them are freed. */
 void rpf_url_dealloc(rpf_url *url)
 {
-    if (url == NULL) return;
-    rpf_url_clear(url);
-    free(url);
+    rpf_url_dealloc_batched(url, NULL);
 }
 
 void rpf_url_setAnonymous(rpf_url *url, int32_t anonymous)

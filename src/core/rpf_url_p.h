@@ -7,8 +7,13 @@
 
 #include <stddef.h>
 
+#include "rpf_pack_p.h"
+
 /* Frees the record's texts and clears every field, leaving the block itself. */
 void rpf_url_clear(rpf_url *url);
+
+/* rpf_url_dealloc, its packed releases going through `batch` (may be null). */
+void rpf_url_dealloc_batched(rpf_url *url, rpf_pack_batch *batch);
 
 /* Replaces *field with `text` (which may be null), freeing the old text. */
 void rpf_url_store(char **field, char *text);

@@ -193,6 +193,14 @@ static void parse(const scheme *s, const char *url, rpf_url *record, int *status
     if (status == NULL) return;
     *status = 1;
     if (url == NULL || record == NULL) return;
+    /* With the diagnostic stream off, the traced parsers run as the silent
+     * one does: no message is formatted at all. */
+    scheme quiet;
+    if (s->traced && !rpf_diag_enabled()) {
+        quiet = *s;
+        quiet.traced = 0;
+        s = &quiet;
+    }
     trace_step(s, "Processing url");
     if (s->traced) rpf_diag_printf("\t>%s<\n", url);
 

@@ -2,6 +2,7 @@
 #include <rkcore/rpf_date.h>
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <grp.h>
 #include <pwd.h>
 #include <sys/stat.h>
@@ -168,6 +169,24 @@ TEST_F(FsoLocal, EntryKindsAndLinkTargetsWithOrWithoutTrailingSeparator)
     EXPECT_EQ(std::make_pair(sub->owner_name, sub->group_name), std::make_pair(pipe->owner_name, pipe->group_name));
 }
 
+TEST_F(FsoLocal, LinkTargetsThroughALinkedFolderAndAlongChains)
+{
+    // Targets are canonical whichever way they are named: a sibling, a sibling that is itself a link, a path
+    // with "..", "." itself; read once directly and once through a link to the folder.
+    std::ofstream(at("sub/x")) << "x";
+    ASSERT_EQ(symlink("x", at("sub/near").c_str()) + symlink("near", at("sub/chain").c_str()) +
+                  symlink("../notes 1.2.tXt", at("sub/up").c_str()) + symlink(".", at("sub/self").c_str()) +
+                  symlink("gone", at("sub/dangling").c_str()),
+              0);
+    for (const std::string &path : {at("sub"), at("to-folder"), at("to-folder") + "/"}) {
+        Tree record;
+        expectFolderAgrees(path.back() == '/' ? path.substr(0, path.size() - 1) : path, record);
+        const rpf_fso *chain = child(record.get(), "chain");
+        ASSERT_NE(chain, nullptr) << path;
+        EXPECT_EQ(text(chain->complete_alias_path), canonical(at("sub/x"))) << path;
+    }
+}
+
 TEST_F(FsoLocal, OwnersAndGroupsWithoutANameReadUnknown)
 {
     if (geteuid() != 0) GTEST_SKIP() << "needs root to give files away";
@@ -199,19 +218,105 @@ TEST_F(FsoLocal, UnreadableFolderAndUnexaminableEntries)
 
 TEST_F(FsoLocal, TreesReadAndFreedOnSeveralThreadsAtOnce)
 {
-    // Owner, group, date and extension texts are shared through one table.
+    // Each read packs its texts into blocks of its own; a block goes back with its last field, on any thread:
+    // here every tree is freed on another thread than the one that read it, while others still read.
     for (int i = 0; i < 50; ++i)
         std::ofstream(at("f" + std::to_string(i % 7) + "." + std::to_string(i))) << "x";
+    std::vector<std::vector<Tree>> trees(4);
     std::vector<int32_t> counts(4);
-    auto read = [this](int32_t &count) {
-        for (int round = 0; round < 20; ++round)
-            count = rpf_fso_file_count(Tree(rpf_fso_get_local_fso(dir.c_str())).get());
+    auto read = [this](std::vector<Tree> &mine, int32_t &count, std::vector<Tree> &toFree) {
+        for (int round = 0; round < 20; ++round) {
+            mine.emplace_back(rpf_fso_get_local_fso(dir.c_str()));
+            count = rpf_fso_file_count(mine.back().get());
+            if (!toFree.empty()) toFree.pop_back(); // a neighbour's tree, maybe read on its thread just now
+        }
     };
+    std::vector<std::vector<Tree>> handed(4);
+    for (auto &list : handed)
+        for (int i = 0; i < 10; ++i)
+            list.emplace_back(rpf_fso_get_local_fso(dir.c_str()));
     {
-        std::jthread a(read, std::ref(counts[0])), b(read, std::ref(counts[1])), c(read, std::ref(counts[2])),
-            d(read, std::ref(counts[3])); // joined here
+        std::jthread a(read, std::ref(trees[0]), std::ref(counts[0]), std::ref(handed[1])),
+            b(read, std::ref(trees[1]), std::ref(counts[1]), std::ref(handed[2])),
+            c(read, std::ref(trees[2]), std::ref(counts[2]), std::ref(handed[3])),
+            d(read, std::ref(trees[3]), std::ref(counts[3]), std::ref(handed[0])); // joined here
     }
     EXPECT_EQ(counts, std::vector<int32_t>(4, 56));
+    {
+        std::jthread a([&] { trees[1].clear(); }), b([&] { trees[2].clear(); }), c([&] { trees[3].clear(); }),
+            d([&] { trees[0].clear(); });
+    }
+    EXPECT_EQ(rpf_fso_packed_blocks_in_use(), 0U);
+}
+
+TEST_F(FsoLocal, DatesOfManyDaysAgreeWithTheDateTextOfEachTime)
+{
+    // A zone with daylight saving (given by rule: no zone files needed): the days it changes on, their
+    // edges, midnights, today and yesterday, long ago and far ahead, and a spread over five years.
+    const char *zone = std::getenv("TZ");
+    const std::string saved = zone == nullptr ? "" : zone;
+    setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
+    tzset();
+    const time_t now = time(nullptr);
+    std::vector<time_t> times = {now,        now - 86400, now + 3600, 0,          -1,         time_t{-86400} * 365,
+                                 1711846799, 1711846800,  1711843200, 1711929599, 1729989000, 1729992600,
+                                 1729990800, 1729987199,  1729900800, 1730000000, 2147483647, 1704063599,
+                                 1704063600, 1704067199,  951782400,  951868799,  4102444800};
+    for (time_t t = 1600000000; t < 1760000000; t += 1999999) // NOLINT(performance-inefficient-vector-operation)
+        times.push_back(t);
+    for (size_t i = 0; i < times.size(); ++i) {
+        const std::string path = at("t" + std::to_string(i));
+        std::ofstream(path) << i;
+        const timespec stamps[2] = {{times[i], 0}, {times[i], 0}};
+        ASSERT_EQ(utimensat(AT_FDCWD, path.c_str(), stamps, 0), 0) << times[i];
+    }
+    Tree record;
+    expectFolderAgrees(dir, record); // each date text equals rpf_date_string_from_time_t of its time
+    zone == nullptr ? unsetenv("TZ") : setenv("TZ", saved.c_str(), 1);
+    tzset();
+}
+
+TEST_F(FsoLocal, FieldsOutliveTheBlockOnlyDestroyAndAreFreedOneByOne)
+{
+    const size_t blocksBefore = rpf_fso_packed_blocks_in_use();
+    rpf_fso *top = rpf_fso_get_local_fso(dir.c_str());
+    ASSERT_NE(top, nullptr);
+    EXPECT_GT(rpf_fso_packed_blocks_in_use(), blocksBefore);
+    for (rpf_fso *item : children(top)) {
+        char *texts[] = {item->alias_location, item->complete_alias_path, item->date_modified, item->extension,
+                         item->name,           item->owner_name,          item->group_name,    item->complete_path};
+        std::vector<std::string> copies;
+        for (const char *field : texts)
+            copies.push_back(text(field));
+        rpf_url *url = item->url;
+        rpf_array *arrays[] = {item->files, item->subdirectories};
+        rpf_fso_destroy(item); // the block only: every field stays valid, each freed on its own
+        for (size_t i = 0; i < std::size(texts); ++i) {
+            EXPECT_EQ(text(texts[i]), copies[i]);
+            rpf_fso_free_text(texts[i]);
+        }
+        EXPECT_EQ(text(rpf_url_itemPath(url)), copies[7]);
+        rpf_url_dealloc(url);
+        for (rpf_array *array : arrays)
+            rpf_array_free(array);
+    }
+    rpf_array_free(top->files);
+    rpf_array_free(top->subdirectories);
+    top->files = top->subdirectories = nullptr;
+    rpf_fso_destroy_deep(top);
+    EXPECT_EQ(rpf_fso_packed_blocks_in_use(), blocksBefore);
+    // Replaced fields are the caller's malloc'd texts; the deep free passes them to free().
+    Tree again(rpf_fso_get_local_fso(dir.c_str()));
+    rpf_fso *item = child(again.get(), "notes 1.2.tXt");
+    ASSERT_NE(item, nullptr);
+    rpf_fso_free_text(item->name);
+    item->name = strdup("renamed");
+    rpf_url_setPath(item->url, "/elsewhere");
+    rpf_url_set_passWord(item->url, "secret");
+    EXPECT_EQ(std::make_tuple(text(item->name), text(rpf_url_itemPath(item->url)), text(item->extension)),
+              std::make_tuple("renamed", "/elsewhere", "tXt"));
+    again.reset();
+    EXPECT_EQ(rpf_fso_packed_blocks_in_use(), blocksBefore);
 }
 
 TEST(FsoLocalSystem, FoldersAgreeWithLstatAndReaddir)

@@ -179,10 +179,18 @@ TEST(FsoKeys, EveryKey)
     EXPECT_EQ(text(parent), "/srv/data");
     rpf_path_free(parent);
     EXPECT_EQ(rpf_fso_get_item_for_key(nullptr, RPF_FSO_KEY_NAME), 0);
-    // Keys with a missing source answer 0 instead of reading through null.
+    // Keys with a missing source answer 0 instead of reading through null; the URL text answers as
+    // rpf_url_string of null does, with its line.
     Tree bare(ownedRecord(RPF_FSO_TYPE_FILE, "n", nullptr));
-    for (int32_t k : {RPF_FSO_KEY_URL_TEXT, RPF_FSO_KEY_RAVIX_URL, RPF_FSO_KEY_PARENT_PATH})
-        EXPECT_EQ(rpf_fso_get_item_for_key(bare.get(), k), 0) << "key " << k;
+    CapturedDiagnostics diagnostics;
+    const char *nullUrlLine = rpf_url_string(nullptr) == nullptr ? "Null URL passed in\n" : "<a text>";
+    EXPECT_EQ(diagnostics.take(), nullUrlLine);
+    for (int32_t k : {RPF_FSO_KEY_URL_TEXT, RPF_FSO_KEY_RAVIX_URL, RPF_FSO_KEY_PARENT_PATH}) {
+        const intptr_t value = rpf_fso_get_item_for_key(bare.get(), k);
+        EXPECT_EQ(std::make_pair(value, diagnostics.take()),
+                  std::make_pair(intptr_t{0}, std::string(k == RPF_FSO_KEY_URL_TEXT ? nullUrlLine : "")))
+            << "key " << k;
+    }
 }
 
 std::string fileLines(const std::string &name, const std::string &path)
