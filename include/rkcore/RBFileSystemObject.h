@@ -355,6 +355,7 @@ public:
     RBFileSystemObject &operator=(const RBFileSystemObject &) = delete;
 
 private:
+    static RBFileSystemObjectList sortedByName(RBFileSystemObjectList &&items);
     friend class RBFileSystemObjectPrivate;
     std::unique_ptr<RBFileSystemObjectPrivate> d;
 };

@@ -10,6 +10,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
+#include <string_view>
 #include <type_traits>
 #include <vector>
 
@@ -40,22 +42,38 @@ QString foldedName(const RBFileSystemObject &object)
     return object.name().toCaseFolded();
 }
 
-// The same key without going through the complete path as a string: the last
-// component of the record's path, when nothing overrides the name.
-QString foldedNameFast(const RBFileSystemObject &object, const QString &overridePath)
+// Appends the case-folded name of `object` to `arena` (UTF-16, as
+// QString::toCaseFolded gives it). The name comes from the record's path
+// bytes when nothing overrides it; ASCII is folded byte by byte, anything
+// else through QString.
+void appendFoldedName(std::u16string &arena, const RBFileSystemObject &object, const QString &overridePath)
 {
     const rpf_fso *record = object.cstruct();
-    if (!overridePath.isNull() || record == nullptr || record->complete_path == nullptr || object.isVolume())
-        return foldedName(object);
+    if (!overridePath.isNull() || record == nullptr || record->complete_path == nullptr || object.isVolume()) {
+        const QString folded = foldedName(object);
+        arena.append(reinterpret_cast<const char16_t *>(folded.utf16()), static_cast<size_t>(folded.size()));
+        return;
+    }
     const char *path = record->complete_path;
     size_t length = std::strlen(path);
     while (length > 1 && path[length - 1] == '/')
         --length;
-    if (length == 1 && path[0] == '/') return QStringLiteral("/");
     size_t start = length;
     while (start > 0 && path[start - 1] != '/')
         --start;
-    return QString::fromUtf8(path + start, static_cast<qsizetype>(length - start)).toCaseFolded();
+    if (length == 1 && path[0] == '/') start = 0; // "/" is its own name
+    const size_t mark = arena.size();
+    for (size_t i = start; i < length; ++i) {
+        const auto byte = static_cast<unsigned char>(path[i]);
+        if (byte >= 0x80U) {
+            arena.resize(mark);
+            const QString folded =
+                QString::fromUtf8(path + start, static_cast<qsizetype>(length - start)).toCaseFolded();
+            arena.append(reinterpret_cast<const char16_t *>(folded.utf16()), static_cast<size_t>(folded.size()));
+            return;
+        }
+        arena.push_back(static_cast<char16_t>(byte >= 'A' && byte <= 'Z' ? byte + ('a' - 'A') : byte));
+    }
 }
 
 // The total size the size column shows for an item that is not a folder: the
@@ -83,19 +101,10 @@ uint64_t sortSizeOf(const RBFileSystemObject &object, std::optional<uint64_t> &c
     return *cache;
 }
 
-// `list` sorted by a key made once per item, stable: items with equal keys
-// keep their order. The items are moved, not copied, so no reference count
-// changes hands.
-template <typename KeyOf, typename Less>
-RBFileSystemObjectList sortedByKey(RBFileSystemObjectList &&list, KeyOf keyOf, Less less)
+// Sorts (key, position) pairs by key, stable: the position breaks ties, which
+// needs no merge buffer.
+template <typename Key, typename Less> void sortKeyed(std::vector<std::pair<Key, qsizetype>> &keyed, Less less)
 {
-    using Key = decltype(keyOf(*list.front()));
-    std::vector<std::pair<Key, qsizetype>> keyed;
-    keyed.reserve(static_cast<size_t>(list.size()));
-    for (qsizetype i = 0; i < list.size(); ++i)
-        keyed.emplace_back(keyOf(*list.at(i)), i);
-    // The position breaks ties, which makes the sort stable without a merge
-    // buffer.
     std::sort(keyed.begin(), keyed.end(), [&less](const auto &a, const auto &b) {
         if constexpr (std::is_arithmetic_v<Key>) {
             return a < b; // less is std::less here: compare key, then position
@@ -105,11 +114,31 @@ RBFileSystemObjectList sortedByKey(RBFileSystemObjectList &&list, KeyOf keyOf, L
             return a.second < b.second;
         }
     });
+}
+
+// The items of `list` in the order of `keyed`'s positions, moved rather than
+// copied so that no reference count changes hands.
+template <typename Key>
+RBFileSystemObjectList takeInOrder(RBFileSystemObjectList &&list, const std::vector<std::pair<Key, qsizetype>> &keyed)
+{
     RBFileSystemObjectList sorted;
     sorted.reserve(list.size());
     for (const auto &entry : keyed)
         sorted.append(std::move(list[entry.second]));
     return sorted;
+}
+
+// `list` sorted by a key made once per item, stable.
+template <typename KeyOf, typename Less>
+RBFileSystemObjectList sortedByKey(RBFileSystemObjectList &&list, KeyOf keyOf, Less less)
+{
+    using Key = decltype(keyOf(*list.front()));
+    std::vector<std::pair<Key, qsizetype>> keyed;
+    keyed.reserve(static_cast<size_t>(list.size()));
+    for (qsizetype i = 0; i < list.size(); ++i)
+        keyed.emplace_back(keyOf(*list.at(i)), i);
+    sortKeyed(keyed, less);
+    return takeInOrder(std::move(list), keyed);
 }
 
 } // namespace
@@ -213,6 +242,33 @@ const RBFileSystemObjectList &RBFileSystemObject::unfilteredItems() const
 
 // ---- sorting ----
 
+// The case-folded names, made once into one buffer, sorted as UTF-16 with the
+// argument's name first (Z to A), stable.
+RBFileSystemObjectList RBFileSystemObject::sortedByName(RBFileSystemObjectList &&items)
+{
+    std::u16string arena;
+    arena.reserve(static_cast<size_t>(items.size()) * 32);
+    std::vector<std::pair<size_t, size_t>> spans;
+    spans.reserve(static_cast<size_t>(items.size()));
+    for (const auto &item : items) {
+        const size_t start = arena.size();
+        appendFoldedName(arena, *item, item->d->myCompletePath);
+        spans.emplace_back(start, arena.size() - start);
+    }
+    std::vector<std::pair<std::u16string_view, qsizetype>> keyed;
+    keyed.reserve(spans.size());
+    for (size_t i = 0; i < spans.size(); ++i)
+        keyed.emplace_back(std::u16string_view(arena).substr(spans[i].first, spans[i].second),
+                           static_cast<qsizetype>(i));
+    // Qt's comparison of UTF-16 (vectorised), the same order as QString's; one
+    // comparison per pair, the position breaking ties.
+    std::sort(keyed.begin(), keyed.end(), [](const auto &a, const auto &b) {
+        const int order = QStringView(b.first).compare(QStringView(a.first));
+        return order != 0 ? order < 0 : a.second < b.second;
+    });
+    return takeInOrder(std::move(items), keyed);
+}
+
 void RBFileSystemObject::setSortsByAttribute(int32_t attribute, int32_t order)
 {
     d->mySortOrder = order;
@@ -240,10 +296,7 @@ void RBFileSystemObject::setSortsByAttribute(int32_t attribute, int32_t order)
         break;
     case kRBSortByName:
         // The comparator puts the argument's name first: Z to A.
-        sorted = sortedByKey(
-            std::move(items),
-            [](const RBFileSystemObject &item) { return foldedNameFast(item, item.d->myCompletePath); },
-            [](const QString &a, const QString &b) { return QString::compare(b, a, Qt::CaseSensitive) < 0; });
+        sorted = sortedByName(std::move(items));
         break;
     default: // size
         sorted = sortedByKey(

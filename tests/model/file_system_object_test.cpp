@@ -431,6 +431,26 @@ TEST_F(RemoteFolder, SortsWithTheFourComparatorsAndTheirAsymmetry)
     EXPECT_EQ(a->_sortByName(*a), 0);
 }
 
+TEST_F(RemoteFolder, SortingByNameAgreesWithThePairwiseComparator)
+{
+    // Ties (a/A), ASCII against accented and wide letters, folding beyond ASCII (ß, Σ/σ/ς).
+    for (const char *name :
+         {"b", "A", "a", "é", "E", "Z", "_x", "ß", "ss", "Σίσυφος", "σίσυφος", "日本", "Ä", "ä", "10", "9"})
+        add({name, 2, 644, 1, 1});
+    rpf_diagnostics_set_stream(nullptr);
+    const auto object = RBFileSystemObject::newFSOWithCStruct(folder);
+    rpf_diagnostics_reset();
+    for (const int32_t order : {0, 1}) {
+        auto expected = object->actualContents();
+        std::stable_sort(expected.begin(), expected.end(),
+                         [](const auto &a, const auto &b) { return a->_sortByName(*b) < 0; });
+        if (order == 1) std::reverse(expected.begin(), expected.end());
+        object->setSortsByAttribute(kRBSortByDate, 0); // back to one fixed order first
+        object->setSortsByAttribute(kRBSortByName, order);
+        EXPECT_EQ(object->actualContents(), expected) << "order " << order;
+    }
+}
+
 TEST_F(RemoteFolder, HidesIntoTheVisibleListWhateverSetIsHiddenSays)
 {
     for (const char *name : {"a", "b", "c", "d"})

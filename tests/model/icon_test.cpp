@@ -91,6 +91,7 @@ TEST(Icons, AreDrawnWithTheirBadgesOnTheXServer)
     rpf_fso *remote = rpf_fso_new(RPF_FSO_TYPE_LINK, RPF_FSO_REMOTE, 777, date, "/pub/l", strdup("o"), strdup("g"), 1,
                                   0, strdup("target"), "/pub");
     icons << RBFileSystemObject::newFSOWithCStruct(remote)->iconForFSOUsingCached(false);
+    rpf_fso_destroy_deep(remote); // its object went with the line above
     ASSERT_EQ(icons.size(), 5);
     for (const QImage &icon : icons)
         EXPECT_EQ(icon.size(), QSize(128, 128));
@@ -115,7 +116,6 @@ TEST(Icons, AreDrawnWithTheirBadgesOnTheXServer)
                          IconStrip::kIconSize, IconStrip::kIconSize);
         EXPECT_GT(inkIn(shot, cell), 2000) << "icon " << i << " is missing from " << out.toStdString();
     }
-    rpf_fso_destroy_deep(remote);
 }
 
 } // namespace
