@@ -26,5 +26,6 @@ int lsdateCommand(const QStringList &arguments);
 int urlCommand(const QStringList &arguments);
 int lsCommand(const QStringList &arguments);
 int keychainCommand(const QStringList &arguments);
+int hotkeyCommand(const QStringList &arguments);
 
 } // namespace rkcli
