@@ -104,8 +104,7 @@ void HotKeyCenter::removeHotKey(const QString &name)
 {
     const auto found = mHotKeys.constFind(name);
     if (found == mHotKeys.constEnd()) return;
-    const std::shared_ptr<HotKeyData> hk = found.value();
-    _unregisterHotKeyIfNeeded(hk.get());
+    _unregisterHotKeyIfNeeded(found.value().get());
     mHotKeys.remove(name);
 }
 
