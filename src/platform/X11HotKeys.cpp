@@ -6,6 +6,7 @@
 
 #include <QCoreApplication>
 #include <QSocketNotifier>
+#include <QTimer>
 
 #include <xcb/xcb.h>
 #include <xcb/xcb_keysyms.h>
@@ -42,6 +43,7 @@ struct Display {
     uint16_t alt = XCB_MOD_MASK_1;
     uint16_t super = XCB_MOD_MASK_4;
     QSocketNotifier *notifier = nullptr; // made with the first grab, in the event loop's thread
+    QTimer *queuedDrain = nullptr;       // made with the notifier
     std::map<uintptr_t, Grab> grabs;
     uintptr_t nextRef = 1;
     std::map<xcb_keycode_t, uintptr_t> pressed; // key held since a delivered press
@@ -100,6 +102,7 @@ void closeDisplay()
     if (!s.display) return;
     Display &display = *s.display;
     delete display.notifier;
+    delete display.queuedDrain;
     xcb_key_symbols_free(display.symbols);
     xcb_disconnect(display.connection); // the server drops every grab of the connection
     s.display.reset();
@@ -240,21 +243,20 @@ void drain(bool queuedOnly)
 // the socket: look at them from the event loop.
 void scheduleQueuedDrain(Display &d)
 {
-    if (d.notifier == nullptr) return;
-    // The analyser takes Qt's slot object, which owns the lambda, for a leak.
-    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks)
-    QMetaObject::invokeMethod(
-        d.notifier, [] { drain(true); }, Qt::QueuedConnection);
+    if (d.queuedDrain != nullptr) d.queuedDrain->start(0);
 }
 
 void ensureNotifier(Display &d)
 {
     if (d.notifier != nullptr || QCoreApplication::instance() == nullptr) return;
-    // No parent: this may run while an application routes its events through
+    // No parents: this may run while an application routes its events through
     // the hot-key registry (see RKHKApplication), where a child of the
     // application would re-enter that routing.
     d.notifier = new QSocketNotifier(xcb_get_file_descriptor(d.connection), QSocketNotifier::Read);
     QObject::connect(d.notifier, &QSocketNotifier::activated, [] { drain(false); });
+    d.queuedDrain = new QTimer;
+    d.queuedDrain->setSingleShot(true);
+    QObject::connect(d.queuedDrain, &QTimer::timeout, [] { drain(true); });
 }
 
 bool overlaps(const Grab &a, const Grab &b)

@@ -149,12 +149,12 @@ TEST(HotKeyCenterTest, EventChecks)
     using rk::HotKeyEvent;
     using rk::HotKeyID;
     struct Row {
-        const char *name;
+        const char *name = nullptr;
         HotKeyEvent event;
-        int line; // 0: no assertion
-        const char *description;
-        int32_t status;
-        int calls;
+        int line = 0; // 0: no assertion
+        const char *description = nullptr;
+        int32_t status = 0;
+        int calls = 0;
     } rows[] = {
         {"press", {rk::kEventClassKeyboard, 5, HotKeyID{rk::kHotKeySignature, id}}, 0, "", 0, 1},
         {"release", {rk::kEventClassKeyboard, 6, HotKeyID{rk::kHotKeySignature, id}}, 0, "", 0, 0},

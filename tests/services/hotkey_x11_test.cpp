@@ -70,7 +70,7 @@ TEST_F(X11HotKeyTest, PressesArriveWithCapsLockAndNumLockOn)
 {
     ASSERT_TRUE(center().addHotKey("k", KeyCombo::keyComboWithKeyCode(122, kCmd | kShift), &target, "pressed"));
     struct Row {
-        const char *name;
+        const char *name = nullptr;
         QStringList toggles;
     } rows[] = {
         {"NumLock", {"Num_Lock"}},

@@ -43,22 +43,22 @@ TEST(KeyComboTest, ValidityRows)
 {
     struct Row {
         const char *name;
-        int16_t keyCode;
         int32_t modifiers;
+        int16_t keyCode;
         bool valid;
     } rows[] = {
         {"cleared", -1, -1, false},
-        {"F1 alone", 122, 0, true},
-        {"F1 with cleared modifiers", 122, -1, true},
-        {"F9 alone", 101, 0, false},
-        {"F10 alone", 109, 0, false},
-        {"F15 alone", 113, 0, false},
+        {"F1 alone", 0, 122, true},
+        {"F1 with cleared modifiers", -1, 122, true},
+        {"F9 alone", 0, 101, false},
+        {"F10 alone", 0, 109, false},
+        {"F15 alone", 0, 113, false},
         {"letter alone", 0, 0, false},
-        {"letter with command", 0, kCmd, true},
-        {"letter with negative modifiers", 0, -1, false},
-        {"letter with a high modifier bit", 0, 0x40000000, true},
-        {"negative key with modifiers", -2, kCmd, false},
-        {"key code with only the upper byte", 0x7a00, kShift, true},
+        {"letter with command", kCmd, 0, true},
+        {"letter with negative modifiers", -1, 0, false},
+        {"letter with a high modifier bit", 0x40000000, 0, true},
+        {"negative key with modifiers", kCmd, -2, false},
+        {"key code with only the upper byte", kShift, 0x7a00, true},
     };
     for (const Row &row : rows)
         EXPECT_EQ(KeyCombo::keyComboWithKeyCode(row.keyCode, row.modifiers)->isValid(), row.valid) << row.name;

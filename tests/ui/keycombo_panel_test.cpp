@@ -86,11 +86,11 @@ TEST(KeyBroadcasterTest, KeyPressesBecomeTheNotification)
     rk::NotificationCenter::defaultCenter().addObserver(&observer, "KeyBraodcasterKeyEvent", nullptr,
                                                         [&posted](const rk::Notification &n) { posted << n; });
     struct Row {
-        const char *name;
-        int key;
+        const char *name = nullptr;
+        int key = 0;
         Qt::KeyboardModifiers modifiers;
-        int keyCode; // -1: nothing posted
-        int modifierBits;
+        int keyCode = -1; // -1: nothing posted
+        int modifierBits = 0;
     } rows[] = {
         {"ctrl shift F1", Qt::Key_F1, Qt::ControlModifier | Qt::ShiftModifier, 122, 0x0300},
         {"plain letter", Qt::Key_A, Qt::NoModifier, 0, 0},
@@ -174,10 +174,16 @@ TEST(KeyComboPanelTest, RunModalAnswersOkAndCancel)
 {
     const auto panel = KeyComboPanel::create();
     ASSERT_TRUE(panel);
-    QTimer::singleShot(50, panel.get(), [&] { panel->window()->findChild<QPushButton *>("okButton")->click(); });
+    QTimer later;
+    later.setSingleShot(true);
+    const auto ok = QObject::connect(&later, &QTimer::timeout,
+                                     [&] { panel->window()->findChild<QPushButton *>("okButton")->click(); });
+    later.start(50);
     EXPECT_EQ(panel->runModal(), 1);
     EXPECT_FALSE(panel->window()->isVisible());
-    QTimer::singleShot(50, panel.get(), [&] { panel->cancel(); });
+    QObject::disconnect(ok);
+    QObject::connect(&later, &QTimer::timeout, [&] { panel->cancel(); });
+    later.start(50);
     EXPECT_EQ(panel->runModal(), 0);
 }
 

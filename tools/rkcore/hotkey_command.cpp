@@ -21,6 +21,7 @@
 
 #include "cli.h"
 #include "commands.h"
+#include "hotkey_listener.h"
 
 namespace rkcli {
 
@@ -82,28 +83,6 @@ QString reason(int32_t status)
     default: return QStringLiteral("error %1").arg(status);
     }
 }
-
-// The target of one registered combination: prints its presses.
-class Listener final : public QObject {
-    Q_OBJECT
-public:
-    Listener(QString text, QString display, int *remaining)
-        : text_(std::move(text)), display_(std::move(display)), remaining_(remaining)
-    {
-    }
-
-    Q_INVOKABLE void pressed(rk::HotKeyCenter * /*center*/)
-    {
-        printLine(QStringLiteral("pressed: %1 (%2)").arg(text_, display_));
-        (void)std::fflush(stdout);
-        if (*remaining_ > 0 && --*remaining_ == 0) QCoreApplication::quit();
-    }
-
-private:
-    QString text_;
-    QString display_;
-    int *remaining_;
-};
 
 int listen(const QStringList &arguments)
 {
@@ -188,12 +167,10 @@ int show(const QStringList &arguments)
 int hotkeyCommand(const QStringList &arguments)
 {
     if (arguments.isEmpty()) return usageError(QStringLiteral("hotkey needs listen or show (see rkcore --help)"));
-    const QString sub = arguments.first();
+    const QString &sub = arguments.first();
     if (sub == QLatin1String("listen")) return listen(arguments.mid(1));
     if (sub == QLatin1String("show")) return show(arguments.mid(1));
     return usageError(QStringLiteral("hotkey: unknown subcommand: %1 (listen or show)").arg(sub));
 }
 
 } // namespace rkcli
-
-#include "hotkey_command.moc"
