@@ -4,6 +4,8 @@ find_package(PkgConfig REQUIRED)
 pkg_check_modules(RKCORE_PLIST REQUIRED IMPORTED_TARGET libplist-2.0)
 # libsecret: the Secret Service, the password store behind RBKeychain.
 pkg_check_modules(RKCORE_SECRET REQUIRED IMPORTED_TARGET libsecret-1)
+# xcb and xcb-keysyms: system-wide hot keys as X11 key grabs.
+pkg_check_modules(RKCORE_XCB_KEYS REQUIRED IMPORTED_TARGET xcb xcb-keysyms)
 
 add_library(rkcore
   foundation/AssertionFailure.cpp
@@ -27,7 +29,15 @@ add_library(rkcore
   platform/IconTheme.cpp
   platform/MountTable.cpp
   platform/RegularFile.cpp
-  platform/SecretService.cpp)
+  platform/SecretService.cpp
+  platform/VirtualKeyCodes.cpp
+  platform/X11HotKeys.cpp
+  services/HotKeyCenter.cpp
+  services/HotKeyData.cpp
+  services/KeyCombo.cpp
+  services/KeyComboArchive.cpp
+  services/KeyComboDefaults.cpp
+  services/SystemDefinedEvent.cpp)
 add_library(RKCore::rkcore ALIAS rkcore)
 generate_export_header(rkcore BASE_NAME RKCORE EXPORT_FILE_NAME ${PROJECT_BINARY_DIR}/include/rkcore/rkcore_export.h)
 target_include_directories(rkcore PUBLIC
@@ -49,6 +59,8 @@ add_custom_command(OUTPUT ${RKCORE_BADGES}
 set_source_files_properties(${PROJECT_BINARY_DIR}/resources/AliasBadge.png PROPERTIES QT_RESOURCE_ALIAS AliasBadge.png)
 set_source_files_properties(${PROJECT_BINARY_DIR}/resources/LockedBadge.png PROPERTIES QT_RESOURCE_ALIAS LockedBadge.png)
 qt_add_resources(rkcore rkcore_resources PREFIX /rkcore FILES ${PROJECT_BINARY_DIR}/resources/Info.plist ${RKCORE_BADGES})
+qt_add_resources(rkcore rkcore_hotkey_resources PREFIX /rkcore BASE ${PROJECT_SOURCE_DIR}/resources
+  FILES ${PROJECT_SOURCE_DIR}/resources/KeyCodes.plist)
 
 # Library code spells Qt keywords out (Q_SIGNALS ...): GLib headers use "signals" as a name.
 target_compile_definitions(rkcore PRIVATE QT_NO_KEYWORDS)
@@ -60,6 +72,7 @@ target_link_libraries(rkcore
   # The C core: the classes wrap its records and headers name them.
   PUBLIC RKCore::rpf
   PRIVATE PkgConfig::RKCORE_PLIST PkgConfig::RKCORE_SECRET $<BUILD_INTERFACE:rkcore_warnings>)
+target_link_libraries(rkcore PRIVATE PkgConfig::RKCORE_XCB_KEYS)
 set_target_properties(rkcore PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} EXPORT_NAME rkcore)
 install(TARGETS rkcore EXPORT RKCoreTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}

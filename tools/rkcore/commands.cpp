@@ -24,6 +24,8 @@ std::span<const Command> commands()
         Command{"keychain", "set|find|delete [--generic] [--show] HOST USER [PORT]",
                 "a login password in the password store (read from standard input; find prints it with --show)",
                 keychainCommand},
+        Command{"hotkey", "listen [--count N] COMBO... | show KEYCODE MODIFIERS",
+                "system-wide hot keys such as ctrl+shift+F1: print each press, or show a combination", hotkeyCommand},
     };
     return table;
 }

@@ -29,5 +29,6 @@ int lsCommand(const QStringList &arguments);
 int keychainCommand(const QStringList &arguments);
 int infoCommand(const QStringList &arguments);
 int iconCommand(const QStringList &arguments);
+int hotkeyCommand(const QStringList &arguments);
 
 } // namespace rkcli

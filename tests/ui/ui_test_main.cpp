@@ -1,0 +1,25 @@
+// main() of the widget tests: GoogleTest inside an RKHKApplication, on the X
+// server when DISPLAY is set (the tests that need one skip otherwise) and
+// offscreen without one.
+#include <rkcore/RKHKApplication.h>
+
+#include <gtest/gtest.h>
+
+// Qt's font database keeps fontconfig's patterns until exit without calling
+// FcFini; those blocks are fontconfig's own, not ours.
+extern "C" __attribute__((visibility("default"))) const char *__lsan_default_suppressions();
+extern "C" const char *__lsan_default_suppressions()
+{
+    return "leak:libfontconfig.so\n";
+}
+
+int main(int argc, char **argv)
+{
+    testing::InitGoogleTest(&argc, argv);
+    // Listing the tests (CTest discovery at build time) needs no display, and
+    // the DISPLAY of the environment may name a server that is gone.
+    if (GTEST_FLAG_GET(list_tests)) return RUN_ALL_TESTS();
+    if (qEnvironmentVariableIsEmpty("DISPLAY")) qputenv("QT_QPA_PLATFORM", "offscreen");
+    rk::RKHKApplication app(argc, argv);
+    return RUN_ALL_TESTS();
+}
