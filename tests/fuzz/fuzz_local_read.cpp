@@ -44,6 +44,11 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***)
     char base[] = "/tmp/rkcore-fuzz-local-XXXXXX";
     if (mkdtemp(base) == nullptr) std::abort();
     folder = base;
+    // libFuzzer ends with exit(): the folder goes with the process.
+    (void)std::atexit([] {
+        std::error_code ignored;
+        std::filesystem::remove_all(folder, ignored);
+    });
     return 0;
 }
 
