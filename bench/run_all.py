@@ -31,8 +31,13 @@ def run(command):
     wall = (time.perf_counter() - start) * 1e6
     if process.returncode != 0:
         raise SystemExit(f"run-all: {' '.join(command)} failed with status {process.returncode}")
-    words = output.decode(errors="replace").split()
+    text = output.decode(errors="replace")
+    words = text.split()
     fields = {}
+    for line in text.splitlines():
+        parts = line.split()
+        if len(parts) == 10 and parts[0] == "sort":
+            fields[f"sort_line_{parts[1]}"] = (float(parts[3]), float(parts[5]), float(parts[9]))
     for key, value in zip(words[::2], words[1::2]):
         try:
             fields[key] = float(value)
@@ -156,6 +161,54 @@ def print_urls(programs, results):
     print()
 
 
+def measure_objects(bin_dir, sizes, rounds):
+    """Objects for every child of a folder (newFSOForLocalPath with its children, each identified)
+    beside ls -lU, whole processes timed in turn; memory per child; the sorts of 100,000 children."""
+    sizes = [size for size in sizes if size >= 100000] or sizes[-1:]
+    empty = "/tmp/rkcore-bench-tree-empty"
+    os.makedirs(empty, exist_ok=True)
+    results = {}
+    for size in sizes:
+        folder = f"/tmp/rkcore-bench-tree-{size}"
+        objects = [f"{bin_dir}/rkcore-object-folder", folder]
+        listing = ["ls", "-lU", "--color=never", folder]
+        run(objects), run(listing)  # warm the caches
+        for _ in range(rounds):
+            _, ours, rss = run(objects)
+            _, theirs, _ = run(listing)
+            results.setdefault(size, []).append((ours, theirs, rss))
+    _, _, empty_rss = run([f"{bin_dir}/rkcore-object-folder", empty])
+    sort_size = 100000 if 100000 in sizes else sizes[0]
+    fields, _, _ = run([f"{bin_dir}/rkcore-object-folder", "--sort", f"/tmp/rkcore-bench-tree-{sort_size}"])
+    return results, empty_rss, sort_size, fields
+
+
+def print_objects(results, empty_rss, sort_size, fields):
+    print("Objects of a folder's children, each identified: whole process time / ls -lU, per round")
+    print(f"{'entries':>9}  {'peer':<22} {'ratio median (min-max)':<24} {'rounds':>6} {'ours us/entry':>14}  target")
+    for size, rows in results.items():
+        ratios = [ours / theirs for ours, theirs, _ in rows]
+        target = verdict(statistics.median(ratios), 1.2) if size == 100000 else ""
+        print(f"{size:>9}  {'ls -lU':<22} {spread(ratios):<24} {len(ratios):>6} "
+              f"{statistics.median(o for o, _, _ in rows) / size:>14.3f}  {target}")
+    for size, rows in results.items():
+        per = (min(r for _, _, r in rows) - empty_rss) * 1024 / size
+        target = verdict(round(per), 1024) if size == 100000 else ""
+        print(f"{size:>9}  {'memory per child':<22} {per:>8.0f} bytes (peak RSS less the empty folder's)  {target}")
+    print(f"Sorting {sort_size:,} children (best of 5): time of the sort / time of a plain sort of the bare keys")
+    # The program prints "sort ATTRIBUTE objects_us T plain_us P ratio R naive_us N" lines; the parsed
+    # pairs keep only the last of each key, so read them again here.
+    for attribute, limit in (("name", 3), ("date", 2), ("size", 2)):
+        line = fields.get(f"sort_line_{attribute}")
+        if line is None:
+            continue
+        objects, plain, naive = line
+        ratio = objects / plain
+        print(f"{'':>9}  {'by ' + attribute:<22} {ratio:<24.2f} {5:>6} {objects / sort_size:>14.3f}  "
+              f"{verdict(ratio, limit)}; a sort asking the pairwise comparator takes {naive / objects:.1f} times ours")
+    print()
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--bin", required=True)
@@ -168,12 +221,14 @@ def main():
     started = time.time()
     listing = measure_listings(options.bin, sizes, rounds)
     urls = measure_urls(options.bin, rounds, 2000 if options.quick else 4000)
+    objects = measure_objects(options.bin, sizes, rounds)
     print(f"RKCore benchmarks, {datetime.datetime.now():%Y-%m-%d %H:%M}, {os.cpu_count()} cores, "
           f"{os.uname().release}; programs in turn, warm caches, {rounds} rounds")
     print()
     print_listings(*listing, sizes)
     print_urls(*urls)
-    print("Objects, sorting and the size walk: no rows yet (those layers are not built).")
+    print_objects(*objects)
+    print("The size walk: no rows yet (that layer is not built).")
     print(f"({time.time() - started:.0f} s)")
 
 
