@@ -16,7 +16,15 @@ add_library(rkcore
   model/RBKeychain.cpp
   model/RBPermission.cpp
   model/RBURL.cpp
-  platform/SecretService.cpp)
+  platform/SecretService.cpp
+  services/AliasRecord.cpp
+  services/FSSpec.cpp
+  services/RBAlias.cpp
+  services/RBLabel.cpp
+  services/RBLabelManager.cpp
+  services/RKFolderNotifier.cpp
+  services/RKFSOWatcher.cpp
+  services/RKLog.cpp)
 add_library(RKCore::rkcore ALIAS rkcore)
 generate_export_header(rkcore BASE_NAME RKCORE EXPORT_FILE_NAME ${PROJECT_BINARY_DIR}/include/rkcore/rkcore_export.h)
 target_include_directories(rkcore PUBLIC
@@ -28,12 +36,20 @@ target_include_directories(rkcore PUBLIC
 configure_file(${PROJECT_SOURCE_DIR}/resources/Info.plist.in ${PROJECT_BINARY_DIR}/resources/Info.plist @ONLY)
 set_source_files_properties(${PROJECT_BINARY_DIR}/resources/Info.plist PROPERTIES QT_RESOURCE_ALIAS Info.plist)
 qt_add_resources(rkcore rkcore_resources PREFIX /rkcore FILES ${PROJECT_BINARY_DIR}/resources/Info.plist)
+# The label swatches l1.png .. l7.png (resources/labels/make_swatches.cpp draws them).
+qt_add_resources(rkcore rkcore_label_swatches PREFIX /rkcore BASE ${PROJECT_SOURCE_DIR}/resources/labels
+  FILES ${PROJECT_SOURCE_DIR}/resources/labels/l1.png ${PROJECT_SOURCE_DIR}/resources/labels/l2.png
+        ${PROJECT_SOURCE_DIR}/resources/labels/l3.png ${PROJECT_SOURCE_DIR}/resources/labels/l4.png
+        ${PROJECT_SOURCE_DIR}/resources/labels/l5.png ${PROJECT_SOURCE_DIR}/resources/labels/l6.png
+        ${PROJECT_SOURCE_DIR}/resources/labels/l7.png)
 
 # Library code spells Qt keywords out (Q_SIGNALS ...): GLib headers use "signals" as a name.
 target_compile_definitions(rkcore PRIVATE QT_NO_KEYWORDS)
 target_link_libraries(rkcore
   # Qt Core: strings, containers, the event loop and logging appear in the headers.
   PUBLIC Qt6::Core
+  # Qt Gui: QImage (label swatches) appears in the headers. No widgets.
+  PUBLIC Qt6::Gui
   # The C core: the classes wrap its records and headers name them.
   PUBLIC RKCore::rpf
   PRIVATE PkgConfig::RKCORE_PLIST PkgConfig::RKCORE_SECRET $<BUILD_INTERFACE:rkcore_warnings>)
@@ -41,3 +57,11 @@ set_target_properties(rkcore PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${P
 install(TARGETS rkcore EXPORT RKCoreTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+
+# The label swatch generator (not built by default): `--target label-swatches`
+# redraws resources/labels/l1.png .. l7.png from the label table.
+add_executable(make_label_swatches EXCLUDE_FROM_ALL ${PROJECT_SOURCE_DIR}/resources/labels/make_swatches.cpp)
+target_link_libraries(make_label_swatches PRIVATE RKCore::rkcore Qt6::Gui rkcore_warnings)
+add_custom_target(label-swatches
+  COMMAND make_label_swatches ${PROJECT_SOURCE_DIR}/resources/labels
+  COMMENT "Drawing the label swatches into resources/labels")
