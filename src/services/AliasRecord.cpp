@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 
 #include <array>
 #include <cstdlib>
@@ -14,9 +15,11 @@ namespace rk::alias {
 namespace {
 
 constexpr std::array<uint8_t, 4> kMagic{'R', 'K', 'A', 'l'};
-constexpr size_t kHeaderSize = 28;
+constexpr size_t kHeaderSize = 40;
 constexpr size_t kChecksumSize = 4;
 constexpr uint16_t kRelativeFlag = 0x0001;
+constexpr uint16_t kBirthTimeFlag = 0x0002;
+constexpr uint32_t kNanosecondsPerSecond = 1000000000U;
 
 uint32_t crc32(const uint8_t *bytes, size_t size)
 {
@@ -78,13 +81,46 @@ bool isValid(const AliasRecord &record)
     }
     if (!isCanonicalPath(record.path)) return false;
     if (record.relative != (record.path != "/")) return false;
+    if (record.birthNanoseconds >= kNanosecondsPerSecond) return false;
+    if (!record.hasBirthTime && (record.birthSeconds != 0 || record.birthNanoseconds != 0)) return false;
     return record.name == lastComponent(record.path);
 }
 
-bool sameItem(const struct stat &status, const AliasRecord &record)
+// The item's identity as the record keeps it, without following a final link.
+struct Identity {
+    uint64_t device = 0;
+    uint64_t inode = 0;
+    bool hasBirthTime = false;
+    int64_t birthSeconds = 0;
+    uint32_t birthNanoseconds = 0;
+};
+
+std::optional<Identity> identify(int folder, const char *path)
 {
-    return static_cast<uint64_t>(status.st_dev) == record.device &&
-           static_cast<uint64_t>(status.st_ino) == record.inode;
+    struct statx status {};
+    if (statx(folder, path, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, STATX_INO | STATX_BTIME, &status) != 0) {
+        return std::nullopt;
+    }
+    Identity identity;
+    identity.device = static_cast<uint64_t>(makedev(status.stx_dev_major, status.stx_dev_minor)); // as st_dev
+    identity.inode = status.stx_ino;
+    if ((status.stx_mask & STATX_BTIME) != 0 && status.stx_btime.tv_nsec < kNanosecondsPerSecond) {
+        identity.hasBirthTime = true;
+        identity.birthSeconds = status.stx_btime.tv_sec;
+        identity.birthNanoseconds = status.stx_btime.tv_nsec;
+    }
+    return identity;
+}
+
+bool sameItem(const std::optional<Identity> &identity, const AliasRecord &record)
+{
+    if (!identity || identity->device != record.device || identity->inode != record.inode) return false;
+    // A birth time on one side only (another file system, another kernel)
+    // cannot tell items apart; two that differ do.
+    if (record.hasBirthTime && identity->hasBirthTime) {
+        return identity->birthSeconds == record.birthSeconds && identity->birthNanoseconds == record.birthNanoseconds;
+    }
+    return true;
 }
 
 struct DirCloser {
@@ -100,8 +136,7 @@ std::optional<std::string> findInFolder(const std::string &folder, const AliasRe
     while (const dirent *entry = readdir(dir.get())) {
         if (std::strcmp(entry->d_name, ".") == 0 || std::strcmp(entry->d_name, "..") == 0) continue;
         if (static_cast<uint64_t>(entry->d_ino) != record.inode) continue;
-        struct stat status {};
-        if (fstatat(fd, entry->d_name, &status, AT_SYMLINK_NOFOLLOW) == 0 && sameItem(status, record)) {
+        if (sameItem(identify(fd, entry->d_name), record)) {
             return std::string(entry->d_name);
         }
     }
@@ -117,10 +152,13 @@ std::optional<AliasRecord> makeRecord(const std::string &path)
     if (!real) return std::nullopt;
     AliasRecord record;
     record.path = real.get();
-    struct stat status {};
-    if (lstat(record.path.c_str(), &status) != 0) return std::nullopt;
-    record.device = static_cast<uint64_t>(status.st_dev);
-    record.inode = static_cast<uint64_t>(status.st_ino);
+    const std::optional<Identity> identity = identify(AT_FDCWD, record.path.c_str());
+    if (!identity) return std::nullopt;
+    record.device = identity->device;
+    record.inode = identity->inode;
+    record.hasBirthTime = identity->hasBirthTime;
+    record.birthSeconds = identity->hasBirthTime ? identity->birthSeconds : 0;
+    record.birthNanoseconds = identity->hasBirthTime ? identity->birthNanoseconds : 0;
     record.relative = record.path != "/";
     record.name = lastComponent(record.path);
     if (!isValid(record)) return std::nullopt;
@@ -131,9 +169,11 @@ std::string encode(const AliasRecord &record)
 {
     std::string out(kMagic.begin(), kMagic.end());
     put(out, kVersion, 2);
-    put(out, record.relative ? kRelativeFlag : 0, 2);
+    put(out, (record.relative ? kRelativeFlag : 0) | (record.hasBirthTime ? kBirthTimeFlag : 0), 2);
     put(out, record.device, 8);
     put(out, record.inode, 8);
+    put(out, static_cast<uint64_t>(record.birthSeconds), 8);
+    put(out, record.birthNanoseconds, 4);
     put(out, record.path.size(), 2);
     put(out, record.name.size(), 2);
     out += record.path;
@@ -147,9 +187,9 @@ std::optional<AliasRecord> decode(const uint8_t *bytes, size_t size)
     if (bytes == nullptr || size < kHeaderSize + kChecksumSize) return std::nullopt;
     if (std::memcmp(bytes, kMagic.data(), kMagic.size()) != 0 || get(bytes + 4, 2) != kVersion) return std::nullopt;
     const uint64_t flags = get(bytes + 6, 2);
-    if ((flags & ~static_cast<uint64_t>(kRelativeFlag)) != 0) return std::nullopt;
-    const size_t pathLength = get(bytes + 24, 2);
-    const size_t nameLength = get(bytes + 26, 2);
+    if ((flags & ~static_cast<uint64_t>(kRelativeFlag | kBirthTimeFlag)) != 0) return std::nullopt;
+    const size_t pathLength = get(bytes + 36, 2);
+    const size_t nameLength = get(bytes + 38, 2);
     if (pathLength == 0 || pathLength > kMaxPathLength || nameLength > kMaxNameLength) return std::nullopt;
     if (size != kHeaderSize + pathLength + nameLength + kChecksumSize) return std::nullopt;
     const size_t body = size - kChecksumSize;
@@ -159,6 +199,9 @@ std::optional<AliasRecord> decode(const uint8_t *bytes, size_t size)
     record.relative = (flags & kRelativeFlag) != 0;
     record.device = get(bytes + 8, 8);
     record.inode = get(bytes + 16, 8);
+    record.hasBirthTime = (flags & kBirthTimeFlag) != 0;
+    record.birthSeconds = static_cast<int64_t>(get(bytes + 24, 8));
+    record.birthNanoseconds = static_cast<uint32_t>(get(bytes + 32, 4));
     record.path.assign(reinterpret_cast<const char *>(bytes + kHeaderSize), pathLength);
     record.name.assign(reinterpret_cast<const char *>(bytes + kHeaderSize + pathLength), nameLength);
     if (!isValid(record)) return std::nullopt;
@@ -168,8 +211,7 @@ std::optional<AliasRecord> decode(const uint8_t *bytes, size_t size)
 std::optional<std::string> resolve(const AliasRecord &record)
 {
     if (!isValid(record)) return std::nullopt;
-    struct stat status {};
-    if (lstat(record.path.c_str(), &status) == 0 && sameItem(status, record)) return record.path;
+    if (sameItem(identify(AT_FDCWD, record.path.c_str()), record)) return record.path;
     if (!record.relative) return std::nullopt;
     // Gone or replaced: the item may have been renamed within its folder.
     const std::string folder = folderOf(record.path);
