@@ -16,6 +16,11 @@ std::span<const Command> commands()
         Command{"keychain", "set|find|delete [--generic] [--show] HOST USER [PORT]",
                 "a login password in the password store (read from standard input; find prints it with --show)",
                 keychainCommand},
+        Command{"watch", "[--folder] PATH",
+                "one line per change of a file (or, with --folder, of a folder) until Ctrl-C", watchCommand},
+        Command{"alias", "make PATH OUT | resolve FILE", "write an alias record of an item; print where one resolves",
+                aliasCommand},
+        Command{"labels", "", "the eight Finder labels with their colours", labelsCommand},
     };
     return table;
 }

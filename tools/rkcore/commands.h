@@ -26,5 +26,8 @@ int lsdateCommand(const QStringList &arguments);
 int urlCommand(const QStringList &arguments);
 int lsCommand(const QStringList &arguments);
 int keychainCommand(const QStringList &arguments);
+int watchCommand(const QStringList &arguments);
+int aliasCommand(const QStringList &arguments);
+int labelsCommand(const QStringList &arguments);
 
 } // namespace rkcli
