@@ -108,7 +108,7 @@ TEST(RKFSOWatcher, ReportsATouchOnceAndStopsWithinASecond)
     clock.start();
     setModificationTime(file, 1000000100);
     ASSERT_TRUE(rktest::spinUntil([&] { return recorder->reports == 1; }, 3000));
-    EXPECT_LT(clock.elapsed(), 1600) << "one poll a second";
+    EXPECT_LT(clock.elapsed(), 2500) << "one poll a second";
     rktest::spinFor(1300);
     EXPECT_EQ(recorder->reports, 1);
     EXPECT_TRUE(recorder->onCreator);
@@ -122,7 +122,7 @@ TEST(RKFSOWatcher, ReportsATouchOnceAndStopsWithinASecond)
 
     clock.restart();
     ASSERT_TRUE(stopAndWaitForThread(watcher, weak)) << "the polling thread still holds the watcher";
-    EXPECT_LT(clock.elapsed(), 1300);
+    EXPECT_LT(clock.elapsed(), 1500) << "within about a second";
     setModificationTime(file, 1000000200);
     rktest::spinFor(1300);
     EXPECT_EQ(recorder->reports, 1);
@@ -146,8 +146,8 @@ TEST(RKFSOWatcher, VanishingAndReturningFile)
     rktest::spinFor(3000);
     EXPECT_EQ(recorder->reports, 1);
     const int errors = log.count(QStringLiteral("Error Stating file"));
-    EXPECT_GE(errors, 3);
-    EXPECT_LE(errors, 5) << "about one a second, no busy loop";
+    EXPECT_GE(errors, 2);
+    EXPECT_LE(errors, 6) << "about one a second, no busy loop";
 
     writeFile(file);
     ASSERT_TRUE(rktest::spinUntil([&] { return recorder->reports == 2; }, 3000));
