@@ -30,7 +30,8 @@ namespace rk {
 
 template <typename T> void moveItem(QList<T> &array, const T &element, int index, bool noRemoval)
 {
-    const T object = element; // `element` may live in the list itself
+    // A copy on purpose: `element` may live in the list and go with the removal.
+    const T object = element; // NOLINT(performance-unnecessary-copy-initialization)
     const auto count = static_cast<qsizetype>(array.size());
     if (static_cast<unsigned int>(index) >= static_cast<unsigned long long>(count)) {
         if (!noRemoval) array.removeAll(object);

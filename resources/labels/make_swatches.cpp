@@ -54,7 +54,7 @@ int main(int argc, char *argv[])
 {
     QCoreApplication app(argc, argv);
     if (argc != 2) {
-        std::fputs("usage: make_label_swatches OUTPUT-FOLDER\n", stderr);
+        (void)std::fputs("usage: make_label_swatches OUTPUT-FOLDER\n", stderr);
         return 2;
     }
     const QDir out(QString::fromLocal8Bit(argv[1]));
@@ -62,7 +62,7 @@ int main(int argc, char *argv[])
         if (label->id() == 0) continue;
         const QString file = out.filePath(QStringLiteral("l%1.png").arg(label->id()));
         if (!drawSwatch(toQColor(label->color())).save(file, "PNG")) {
-            std::fprintf(stderr, "make_label_swatches: cannot write %s\n", qPrintable(file));
+            (void)std::fprintf(stderr, "make_label_swatches: cannot write %s\n", qPrintable(file));
             return 1;
         }
     }

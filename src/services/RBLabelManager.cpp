@@ -9,7 +9,7 @@ namespace {
 
 // The system's label table, by index: the Finder's default names and colours.
 struct SystemLabel {
-    const char *name;
+    const char *name = nullptr;
     RGBColor color;
 };
 

@@ -161,7 +161,7 @@ TEST(AliasRecord, InconsistentContentIsRefused)
         {"NUL in the path",
          [](auto &r) {
              r.path = std::string("/tmp/a\0b", 8);
-             r.name = "a\0b";
+             r.name = std::string("a\0b", 3);
          }},
         {"name not the last component", [](auto &r) { r.name = "b"; }},
         {"root marked relative",

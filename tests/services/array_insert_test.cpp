@@ -26,29 +26,29 @@ TEST(ArrayInsert, MoveItemRows)
     struct Row {
         const char *name;
         const char *start;
-        char object;
-        int index;
-        bool noRemoval;
         const char *expected;
+        int index;
+        char object;
+        bool noRemoval;
     };
     const Row rows[] = {
-        {"minus one goes to the end", "abcde", 'b', -1, false, "acdeb"},
-        {"any negative goes to the end", "abcde", 'a', -7, false, "bcdea"},
-        {"the count goes to the end", "abcde", 'a', 5, false, "bcdea"},
-        {"own index leaves it unchanged", "abcde", 'c', 2, false, "abcde"},
-        {"down the list lands one before", "abcde", 'b', 3, false, "acbde"},
-        {"up the list lands at the index", "abcde", 'd', 1, false, "adbce"},
-        {"to the front", "abcde", 'e', 0, false, "eabcd"},
-        {"down to the last index", "abcde", 'a', 4, false, "bcdae"},
-        {"twice: both removed, inserted once", "abcbd", 'b', 0, false, "bacd"},
-        {"twice, moving down", "babcd", 'b', 3, false, "acbd"},
-        {"not in the list: inserted as is", "abcd", 'x', 1, false, "axbcd"},
-        {"not in the list, minus one", "abcd", 'x', -1, false, "abcdx"},
-        {"duplicates leave too few: at the end", "bbba", 'b', 3, false, "ab"},
-        {"no removal, past the end: appended again", "abcde", 'b', -1, true, "abcdeb"},
-        {"no removal, down the list: one before", "abcde", 'b', 3, true, "abbcde"},
-        {"no removal, up the list: at the index", "abcde", 'd', 1, true, "adbcde"},
-        {"no removal, own index", "abcde", 'c', 2, true, "abccde"},
+        {"minus one goes to the end", "abcde", "acdeb", -1, 'b', false},
+        {"any negative goes to the end", "abcde", "bcdea", -7, 'a', false},
+        {"the count goes to the end", "abcde", "bcdea", 5, 'a', false},
+        {"own index leaves it unchanged", "abcde", "abcde", 2, 'c', false},
+        {"down the list lands one before", "abcde", "acbde", 3, 'b', false},
+        {"up the list lands at the index", "abcde", "adbce", 1, 'd', false},
+        {"to the front", "abcde", "eabcd", 0, 'e', false},
+        {"down to the last index", "abcde", "bcdae", 4, 'a', false},
+        {"twice: both removed, inserted once", "abcbd", "bacd", 0, 'b', false},
+        {"twice, moving down", "babcd", "acbd", 3, 'b', false},
+        {"not in the list: inserted as is", "abcd", "axbcd", 1, 'x', false},
+        {"not in the list, minus one", "abcd", "abcdx", -1, 'x', false},
+        {"duplicates leave too few: at the end", "bbba", "ab", 3, 'b', false},
+        {"no removal, past the end: appended again", "abcde", "abcdeb", -1, 'b', true},
+        {"no removal, down the list: one before", "abcde", "abbcde", 3, 'b', true},
+        {"no removal, up the list: at the index", "abcde", "adbcde", 1, 'd', true},
+        {"no removal, own index", "abcde", "abccde", 2, 'c', true},
     };
     for (const Row &row : rows) {
         QList<QString> items = list(row.start);

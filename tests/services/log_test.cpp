@@ -52,6 +52,7 @@ TEST(RKLog, EightWritersGetOneNotificationEachOnTheCreatingThread)
     UpdateCounter updates(log.get());
     {
         std::vector<std::jthread> writers;
+        writers.reserve(kWriters);
         for (int w = 0; w < kWriters; ++w) {
             writers.emplace_back([&log, w] {
                 for (int i = 0; i < kEach; ++i)
@@ -102,18 +103,18 @@ TEST(RKLog, ReadsByIndexWithTheStatedBound)
     log->logMessage(QStringLiteral("reply"), -3);
     struct Row {
         const char *name;
-        int index;
         QString expected;
+        int index;
         int32_t expectedType;
     };
     const Row rows[] = {
-        {"first, with type", 0, QStringLiteral("connect"), 7},
-        {"last, negative type", 1, QStringLiteral("reply"), -3},
-        {"minus one", -1, QString(), 99},
-        {"other negative", -2, QString(), 99},
-        {"most negative", INT_MIN, QString(), 99},
-        {"count plus one", 3, QString(), 99},
-        {"far past the end", INT_MAX, QString(), 99},
+        {"first, with type", QStringLiteral("connect"), 0, 7},
+        {"last, negative type", QStringLiteral("reply"), 1, -3},
+        {"minus one", QString(), -1, 99},
+        {"other negative", QString(), -2, 99},
+        {"most negative", QString(), INT_MIN, 99},
+        {"count plus one", QString(), 3, 99},
+        {"far past the end", QString(), INT_MAX, 99},
     };
     for (const Row &row : rows) {
         int32_t type = 99;
