@@ -5,7 +5,7 @@
 //
 // Where inotify cannot serve the folder the notifier polls it instead, once a
 // second (names and the folder's own times), rather than missing changes:
-// when the kernel's inotify limits are exhausted, when the folder lies on a
+// when the kernel's inotify limits are exhausted (instances or watches), when the folder lies on a
 // file system whose remote changes inotify does not see (NFS, SMB/CIFS, FUSE,
 // 9p and similar network mounts), or when the environment variable
 // RKCORE_FOLDER_NOTIFIER_POLL is set to 1. isPolling() says so, and one line
@@ -65,6 +65,9 @@ public:
     void fire();
 
 private:
+    QString startInotify(const QString &path);
+    void readEvents();
+
     struct Private;
     std::unique_ptr<Private> d;
 };

@@ -5,13 +5,17 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QFileSystemWatcher>
+#include <QSocketNotifier>
 #include <QTimer>
 
+#include <sys/inotify.h>
 #include <sys/stat.h>
 #include <sys/vfs.h>
+#include <unistd.h>
 
 #include <array>
+#include <cerrno>
+#include <cstring>
 #include <stdexcept>
 #include <utility>
 
@@ -20,6 +24,12 @@ namespace rk {
 namespace {
 
 constexpr int kPollIntervalMs = 1000;
+
+// Changes of the folder's contents: items added, removed, renamed or their
+// attributes changed (file contents are not the folder's), and the folder's
+// own removal or move.
+constexpr uint32_t kWatchMask =
+    IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_ATTRIB | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
 
 // File systems whose changes made by other machines (or by a FUSE server)
 // never reach inotify: a watch there would stay silent.
@@ -88,8 +98,9 @@ struct RKFolderNotifier::Private {
     std::weak_ptr<void> target;
     Action action;
     QUrl watchedURL;
-    std::unique_ptr<QFileSystemWatcher> watcher; // inotify, when it serves the folder
-    std::unique_ptr<QTimer> poller;              // otherwise
+    int inotifyFd = -1;                       // an inotify instance with one watch, when it serves the folder
+    std::unique_ptr<QSocketNotifier> watcher; // its readiness in the event loop
+    std::unique_ptr<QTimer> poller;           // otherwise
     FolderState lastState;
     bool firing = false;                                        // inside fire(): the action may drop the notifier
     std::shared_ptr<bool> alive = std::make_shared<bool>(true); // expires with the notifier
@@ -117,14 +128,7 @@ RKFolderNotifier::RKFolderNotifier(Tag, const QString &path) : d(std::make_uniqu
     } else if (!remote.isNull()) {
         pollReason = QStringLiteral("inotify does not see remote changes on %1").arg(remote);
     } else {
-        d->watcher = std::make_unique<QFileSystemWatcher>();
-        // The watcher is owned here, so no signal outlives the notifier.
-        QObject::connect(d->watcher.get(), &QFileSystemWatcher::directoryChanged, d->watcher.get(),
-                         [this](const QString &) { fire(); });
-        if (!d->watcher->addPath(path)) {
-            d->watcher.reset();
-            pollReason = QStringLiteral("inotify refused the folder (its limits may be exhausted)");
-        }
+        pollReason = startInotify(path);
     }
     if (d->watcher) return;
     qCWarning(rkcoreLog).noquote()
@@ -141,6 +145,47 @@ RKFolderNotifier::RKFolderNotifier(Tag, const QString &path) : d(std::make_uniqu
     d->poller->start();
 }
 
+QString RKFolderNotifier::startInotify(const QString &path)
+{
+    const int fd = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    if (fd < 0) {
+        return QStringLiteral("no inotify instance (%1)").arg(QString::fromLocal8Bit(std::strerror(errno)));
+    }
+    if (inotify_add_watch(fd, QFile::encodeName(path).constData(), kWatchMask) < 0) {
+        const int error = errno;
+        (void)close(fd);
+        return QStringLiteral("inotify cannot watch it (%1)").arg(QString::fromLocal8Bit(std::strerror(error)));
+    }
+    d->inotifyFd = fd;
+    d->watcher = std::make_unique<QSocketNotifier>(fd, QSocketNotifier::Read);
+    // The socket notifier is owned here, so no signal outlives the notifier.
+    QObject::connect(d->watcher.get(), &QSocketNotifier::activated, d->watcher.get(), [this] { readEvents(); });
+    return {};
+}
+
+// Reads every queued event and fires once for the lot: a burst of changes
+// (a file written and closed, a folder emptied) is one notification.
+void RKFolderNotifier::readEvents()
+{
+    alignas(inotify_event) std::array<char, 4096> buffer{};
+    bool any = false;
+    bool watchGone = false;
+    for (;;) {
+        const ssize_t length = read(d->inotifyFd, buffer.data(), buffer.size());
+        if (length <= 0) break;
+        for (ssize_t offset = 0; offset + static_cast<ssize_t>(sizeof(inotify_event)) <= length;) {
+            inotify_event event{};
+            std::memcpy(&event, buffer.data() + offset, sizeof event);
+            watchGone = watchGone || (event.mask & IN_IGNORED) != 0;
+            any = any || (event.mask & ~static_cast<uint32_t>(IN_IGNORED)) != 0;
+            offset += static_cast<ssize_t>(sizeof(inotify_event) + event.len);
+        }
+    }
+    // The folder is gone: its watch too, and nothing more will come.
+    if (watchGone) d->watcher->setEnabled(false);
+    if (any) fire();
+}
+
 RKFolderNotifier::~RKFolderNotifier()
 {
     // Disconnected first, so that nothing reaches this notifier again. An
@@ -149,10 +194,12 @@ RKFolderNotifier::~RKFolderNotifier()
     for (QObject *source : {static_cast<QObject *>(d->watcher.get()), static_cast<QObject *>(d->poller.get())}) {
         if (source != nullptr) QObject::disconnect(source, nullptr, nullptr, nullptr);
     }
+    if (d->watcher) d->watcher->setEnabled(false);
     if (d->firing) {
         if (d->watcher) d->watcher.release()->deleteLater();
         if (d->poller) d->poller.release()->deleteLater();
     }
+    if (d->inotifyFd >= 0) (void)close(d->inotifyFd);
 }
 
 void RKFolderNotifier::setTarget(std::weak_ptr<void> target)
