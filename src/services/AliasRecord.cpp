@@ -21,7 +21,9 @@ constexpr uint16_t kRelativeFlag = 0x0001;
 constexpr uint16_t kBirthTimeFlag = 0x0002;
 constexpr uint32_t kNanosecondsPerSecond = 1000000000U;
 
-uint32_t crc32(const uint8_t *bytes, size_t size)
+} // namespace
+
+uint32_t checksum(const uint8_t *bytes, size_t size)
 {
     uint32_t crc = 0xFFFFFFFFU;
     for (size_t i = 0; i < size; ++i) {
@@ -31,6 +33,8 @@ uint32_t crc32(const uint8_t *bytes, size_t size)
     }
     return ~crc;
 }
+
+namespace {
 
 void put(std::string &out, uint64_t value, int width)
 {
@@ -178,7 +182,7 @@ std::string encode(const AliasRecord &record)
     put(out, record.name.size(), 2);
     out += record.path;
     out += record.name;
-    put(out, crc32(reinterpret_cast<const uint8_t *>(out.data()), out.size()), 4);
+    put(out, checksum(reinterpret_cast<const uint8_t *>(out.data()), out.size()), 4);
     return out;
 }
 
@@ -193,7 +197,7 @@ std::optional<AliasRecord> decode(const uint8_t *bytes, size_t size)
     if (pathLength == 0 || pathLength > kMaxPathLength || nameLength > kMaxNameLength) return std::nullopt;
     if (size != kHeaderSize + pathLength + nameLength + kChecksumSize) return std::nullopt;
     const size_t body = size - kChecksumSize;
-    if (get(bytes + body, 4) != crc32(bytes, body)) return std::nullopt;
+    if (get(bytes + body, 4) != checksum(bytes, body)) return std::nullopt;
 
     AliasRecord record;
     record.relative = (flags & kRelativeFlag) != 0;

@@ -50,6 +50,9 @@ std::optional<AliasRecord> makeRecord(const std::string &path);
 // The bytes of a valid record.
 std::string encode(const AliasRecord &record);
 
+// The CRC-32 (IEEE) that closes a record, over `size` bytes.
+uint32_t checksum(const uint8_t *bytes, size_t size);
+
 // The record in `bytes`, or nothing unless they are exactly a valid record.
 std::optional<AliasRecord> decode(const uint8_t *bytes, size_t size);
 
