@@ -1,10 +1,12 @@
 // RKFolderNotifier: tells a target when the contents of one folder change
-// (an item added, removed, renamed or its attributes changed), through the
-// kernel's inotify service. Each change logs "Path Changed : <path>" to the
+// (an item added, removed, renamed, its attributes changed, a file in it
+// written and closed, the folder itself removed), through the kernel's inotify
+// service; a burst of changes read at once is one notification. Each change logs "Path Changed : <path>" to the
 // rkcore category and then runs the action with the notifier as argument.
 //
 // Where inotify cannot serve the folder the notifier polls it instead, once a
-// second (names and the folder's own times), rather than missing changes:
+// second (its items' names, sizes and dates, and the folder's own times),
+// rather than missing changes:
 // when the kernel's inotify limits are exhausted (instances or watches), when the folder lies on a
 // file system whose remote changes inotify does not see (NFS, SMB/CIFS, FUSE,
 // 9p and similar network mounts), or when the environment variable

@@ -2,6 +2,7 @@
 
 #include <rkcore/Logging.h>
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -25,11 +26,12 @@ namespace {
 
 constexpr int kPollIntervalMs = 1000;
 
-// Changes of the folder's contents: items added, removed, renamed or their
-// attributes changed (file contents are not the folder's), and the folder's
-// own removal or move.
-constexpr uint32_t kWatchMask =
-    IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_ATTRIB | IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
+// Changes of the folder's contents: items added, removed, renamed, their
+// attributes changed or a file written and closed (its size and date in a
+// listing change), and the folder's own removal or move. Each write while a
+// file is open is not a change of its own: the close reports it once.
+constexpr uint32_t kWatchMask = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_ATTRIB | IN_CLOSE_WRITE |
+                                IN_DELETE_SELF | IN_MOVE_SELF | IN_ONLYDIR;
 
 // File systems whose changes made by other machines (or by a FUSE server)
 // never reach inotify: a watch there would stay silent.
@@ -59,14 +61,14 @@ QString remoteFileSystemName(const QString &path)
 }
 
 // What the poller compares from one second to the next: the folder's own
-// identity and times, and the names in it.
+// identity and times, and each item's name, size and modification time.
 struct FolderState {
     bool exists = false;
     dev_t device = 0;
     ino_t inode = 0;
     timespec modified{};
     timespec changed{};
-    QStringList names;
+    QStringList entries;
 
     static FolderState read(const QString &path)
     {
@@ -78,8 +80,14 @@ struct FolderState {
         state.inode = status.st_ino;
         state.modified = status.st_mtim;
         state.changed = status.st_ctim;
-        state.names =
-            QDir(path).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+        const QFileInfoList items =
+            QDir(path).entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
+        for (const QFileInfo &item : items) {
+            state.entries << QStringLiteral("%1/%2/%3")
+                                 .arg(item.fileName())
+                                 .arg(item.size())
+                                 .arg(item.lastModified().toMSecsSinceEpoch());
+        }
         return state;
     }
 
@@ -88,7 +96,7 @@ struct FolderState {
         return exists == other.exists && device == other.device && inode == other.inode &&
                modified.tv_sec == other.modified.tv_sec && modified.tv_nsec == other.modified.tv_nsec &&
                changed.tv_sec == other.changed.tv_sec && changed.tv_nsec == other.changed.tv_nsec &&
-               names == other.names;
+               entries == other.entries;
     }
 };
 

@@ -225,6 +225,12 @@ void exerciseFolderNotifier(bool polling)
     EXPECT_TRUE(recorder.loggedFirst);
     EXPECT_TRUE(recorder.onCreator);
 
+    // A file in the folder written again is a change of the folder's contents.
+    rktest::spinFor(polling ? 1200 : 200);
+    const int beforeWrite = recorder.actions;
+    writeFile(folder + QStringLiteral("/new file"), "longer contents");
+    ASSERT_TRUE(rktest::spinUntil([&] { return recorder.actions > beforeWrite; }, 3000));
+
     // Without a live target the change is logged but no action runs.
     rktest::spinFor(polling ? 1200 : 200);
     const int before = recorder.actions;
