@@ -37,7 +37,15 @@ add_library(rkcore
   services/KeyCombo.cpp
   services/KeyComboArchive.cpp
   services/KeyComboDefaults.cpp
-  services/SystemDefinedEvent.cpp)
+  services/SystemDefinedEvent.cpp
+  services/AliasRecord.cpp
+  services/FSSpec.cpp
+  services/RBAlias.cpp
+  services/RBLabel.cpp
+  services/RBLabelManager.cpp
+  services/RKFolderNotifier.cpp
+  services/RKFSOWatcher.cpp
+  services/RKLog.cpp)
 add_library(RKCore::rkcore ALIAS rkcore)
 generate_export_header(rkcore BASE_NAME RKCORE EXPORT_FILE_NAME ${PROJECT_BINARY_DIR}/include/rkcore/rkcore_export.h)
 target_include_directories(rkcore PUBLIC
@@ -61,13 +69,19 @@ set_source_files_properties(${PROJECT_BINARY_DIR}/resources/LockedBadge.png PROP
 qt_add_resources(rkcore rkcore_resources PREFIX /rkcore FILES ${PROJECT_BINARY_DIR}/resources/Info.plist ${RKCORE_BADGES})
 qt_add_resources(rkcore rkcore_hotkey_resources PREFIX /rkcore BASE ${PROJECT_SOURCE_DIR}/resources
   FILES ${PROJECT_SOURCE_DIR}/resources/KeyCodes.plist)
+# The label swatches l1.png .. l7.png (resources/labels/make_swatches.cpp draws them).
+qt_add_resources(rkcore rkcore_label_swatches PREFIX /rkcore BASE ${PROJECT_SOURCE_DIR}/resources/labels
+  FILES ${PROJECT_SOURCE_DIR}/resources/labels/l1.png ${PROJECT_SOURCE_DIR}/resources/labels/l2.png
+        ${PROJECT_SOURCE_DIR}/resources/labels/l3.png ${PROJECT_SOURCE_DIR}/resources/labels/l4.png
+        ${PROJECT_SOURCE_DIR}/resources/labels/l5.png ${PROJECT_SOURCE_DIR}/resources/labels/l6.png
+        ${PROJECT_SOURCE_DIR}/resources/labels/l7.png)
 
 # Library code spells Qt keywords out (Q_SIGNALS ...): GLib headers use "signals" as a name.
 target_compile_definitions(rkcore PRIVATE QT_NO_KEYWORDS)
 target_link_libraries(rkcore
   # Qt Core: strings, containers, the event loop and logging appear in the headers.
   PUBLIC Qt6::Core
-  # Qt Gui: icons and badges are QImages in the object layer's headers.
+  # Qt Gui: QImage (icons, badges, label swatches) appears in the headers.
   PUBLIC Qt6::Gui
   # The C core: the classes wrap its records and headers name them.
   PUBLIC RKCore::rpf
@@ -77,3 +91,11 @@ set_target_properties(rkcore PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${P
 install(TARGETS rkcore EXPORT RKCoreTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+
+# The label swatch generator (not built by default): `--target label-swatches`
+# redraws resources/labels/l1.png .. l7.png from the label table.
+add_executable(make_label_swatches EXCLUDE_FROM_ALL ${PROJECT_SOURCE_DIR}/resources/labels/make_swatches.cpp)
+target_link_libraries(make_label_swatches PRIVATE RKCore::rkcore Qt6::Gui rkcore_warnings)
+add_custom_target(label-swatches
+  COMMAND make_label_swatches ${PROJECT_SOURCE_DIR}/resources/labels
+  COMMENT "Drawing the label swatches into resources/labels")

@@ -133,5 +133,28 @@ all=$("$rkcore" url --trace "smb://h/share" 2>&1 >/dev/null)
 if printf '%s\n' "$all" | head -3 | tr '\n' '|' | grep -q '^afp_url_parser : Processing url|.>smb://h/share<|afp_url_parser : Prefix for url is wrong|$'; then
   passes=$((passes + 1)); else fail "rkcore url --trace smb://h/share: $all"; fi
 
+# rkcore labels, alias and watch.
+expect_line '^6  Red +#[0-9a-f]{6}  \([0-9]+, [0-9]+, [0-9]+\)  swatch l6.png 16x16$' labels
+expect_line '^0  None .* no swatch$' labels
+expect_usage_error labels extra
+expect_usage_error alias resolve
+scratch=$(mktemp -d)
+echo data >"$scratch/item"
+if "$rkcore" alias make "$scratch/item" "$scratch/record" && mv "$scratch/item" "$scratch/renamed" &&
+  [ "$("$rkcore" alias resolve "$scratch/record")" = "$(realpath "$scratch")/renamed" ]; then
+  passes=$((passes + 1)); else fail "rkcore alias does not follow a rename"; fi
+head -c 20 "$scratch/record" >"$scratch/broken"
+if "$rkcore" alias resolve "$scratch/broken" >/dev/null 2>&1; [ $? -eq 1 ]; then passes=$((passes + 1)); else
+  fail "rkcore alias resolve of a truncated record is not status 1"; fi
+"$rkcore" watch "$scratch/renamed" >"$scratch/watch.out" 2>/dev/null &
+watcher=$!
+sleep 1.2
+touch -d '2001-02-03' "$scratch/renamed"
+for _ in 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15; do grep -q changed "$scratch/watch.out" && break; sleep 0.2; done
+kill -INT $watcher; wait $watcher; status=$?
+if [ $status -eq 0 ] && [ "$(grep -c " changed $scratch/renamed\$" "$scratch/watch.out")" -eq 1 ]; then
+  passes=$((passes + 1)); else fail "rkcore watch: status $status, output: $(cat "$scratch/watch.out")"; fi
+rm -rf "$scratch"
+
 echo "$passes passed, $failures failed"
 [ $failures -eq 0 ]

@@ -26,6 +26,11 @@ std::span<const Command> commands()
                 keychainCommand},
         Command{"hotkey", "listen [--count N] COMBO... | show KEYCODE MODIFIERS",
                 "system-wide hot keys such as ctrl+shift+F1: print each press, or show a combination", hotkeyCommand},
+        Command{"watch", "[--folder] PATH",
+                "one line per change of a file (or, with --folder, of a folder) until Ctrl-C", watchCommand},
+        Command{"alias", "make PATH OUT | resolve FILE", "write an alias record of an item; print where one resolves",
+                aliasCommand},
+        Command{"labels", "", "the eight Finder labels with their colours", labelsCommand},
     };
     return table;
 }

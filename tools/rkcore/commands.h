@@ -30,5 +30,8 @@ int keychainCommand(const QStringList &arguments);
 int infoCommand(const QStringList &arguments);
 int iconCommand(const QStringList &arguments);
 int hotkeyCommand(const QStringList &arguments);
+int watchCommand(const QStringList &arguments);
+int aliasCommand(const QStringList &arguments);
+int labelsCommand(const QStringList &arguments);
 
 } // namespace rkcli
