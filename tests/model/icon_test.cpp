@@ -109,7 +109,8 @@ TEST(Icons, AreDrawnWithTheirBadgesOnTheXServer)
                             ->grabWindow(0, window.x(), window.y(), window.width(), window.height())
                             .toImage()
                             .convertToFormat(QImage::Format_RGB32);
-    const QString out = qEnvironmentVariable("RKCORE_SCREENSHOT_DIR", QDir::tempPath()) + "/rkcore-icons.png";
+    QDir().mkpath(QStringLiteral(RKTEST_ARTIFACT_DIR));
+    const QString out = QStringLiteral(RKTEST_ARTIFACT_DIR "/icons.png");
     EXPECT_TRUE(shot.save(out));
     for (int i = 0; i < icons.size(); ++i) {
         const QRect cell(IconStrip::kGap + i * (IconStrip::kIconSize + IconStrip::kGap), IconStrip::kGap,
