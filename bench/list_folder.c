@@ -11,13 +11,7 @@
 #include <string.h>
 #include <sys/resource.h>
 #include <time.h>
-
-static double now_us(void)
-{
-    struct timespec t;
-    (void)clock_gettime(CLOCK_MONOTONIC, &t);
-    return (double)t.tv_sec * 1e6 + (double)t.tv_nsec / 1e3;
-}
+#include "peers/peer_clock.h"
 
 static size_t heap_in_use(void)
 {

@@ -18,6 +18,7 @@
 #include <sys/syscall.h>
 #include <time.h>
 #include <unistd.h>
+#include "peer_clock.h"
 
 typedef struct entry {
     const char *name;
@@ -102,13 +103,6 @@ static const char *date_text(time_t t)
         clock[3 * i + 2] = ':';
     }
     return keep(text, day_length + 8);
-}
-
-static double now_us(void)
-{
-    struct timespec t;
-    (void)clock_gettime(CLOCK_MONOTONIC, &t);
-    return (double)t.tv_sec * 1e6 + (double)t.tv_nsec / 1e3;
 }
 
 int main(int argc, char **argv)

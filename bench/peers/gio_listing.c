@@ -6,13 +6,7 @@
 #include <stdio.h>
 #include <sys/resource.h>
 #include <time.h>
-
-static double now_us(void)
-{
-    struct timespec t;
-    (void)clock_gettime(CLOCK_MONOTONIC, &t);
-    return (double)t.tv_sec * 1e6 + (double)t.tv_nsec / 1e3;
-}
+#include "peer_clock.h"
 
 int main(int argc, char **argv)
 {

@@ -5,13 +5,7 @@
 
 #include <gtest/gtest.h>
 
-// Qt's font database keeps fontconfig's patterns until exit without calling
-// FcFini; those blocks are fontconfig's own, not ours.
-extern "C" __attribute__((visibility("default"))) const char *__lsan_default_suppressions();
-extern "C" const char *__lsan_default_suppressions()
-{
-    return "leak:libfontconfig.so\n";
-}
+#include "../lsan_fontconfig.h"
 
 int main(int argc, char **argv)
 {
