@@ -128,15 +128,28 @@ RBFileSystemObjectList takeInOrder(RBFileSystemObjectList &&list, const std::vec
     return sorted;
 }
 
-// `list` sorted by a key made once per item, stable.
-template <typename KeyOf, typename Less>
-RBFileSystemObjectList sortedByKey(RBFileSystemObjectList &&list, KeyOf keyOf, Less less)
+// How far ahead the key pass asks for each level of an item's memory.
+constexpr qsizetype kPrefetchDistance = 8;
+
+// `list` sorted by a key made once per item, stable. The items, their state
+// and their records lie in separate blocks all over the heap, and reading a
+// key follows one pointer to the next: `prefetch(item, level)` asks for level
+// 0, 1 and 2 of that chain ahead of time, so that the pass waits on memory
+// once per item rather than once per pointer.
+template <typename KeyOf, typename Less, typename Prefetch>
+RBFileSystemObjectList sortedByKey(RBFileSystemObjectList &&list, KeyOf keyOf, Less less, Prefetch prefetch)
 {
     using Key = decltype(keyOf(*list.front()));
     std::vector<std::pair<Key, qsizetype>> keyed;
-    keyed.reserve(static_cast<size_t>(list.size()));
-    for (qsizetype i = 0; i < list.size(); ++i)
+    const qsizetype count = list.size();
+    keyed.reserve(static_cast<size_t>(count));
+    for (qsizetype i = 0; i < count; ++i) {
+        for (int level = 0; level < 3; ++level) {
+            const qsizetype ahead = i + (3 - level) * kPrefetchDistance;
+            if (ahead < count) prefetch(*list.at(ahead), level);
+        }
         keyed.emplace_back(keyOf(*list.at(i)), i);
+    }
     sortKeyed(keyed, less);
     return takeInOrder(std::move(list), keyed);
 }
@@ -279,11 +292,25 @@ void RBFileSystemObject::setSortsByAttribute(int32_t attribute, int32_t order)
     if (!known || list.isEmpty()) return;
     RBFileSystemObjectList items = std::move(list);
     RBFileSystemObjectList sorted;
+    // The object, then its state (read from the object), then its record
+    // (read from the state).
+    const auto prefetch = [](const RBFileSystemObject &item, int level) {
+        if (level == 0)
+            __builtin_prefetch(&item);
+        else if (level == 1) {
+            // The lines that hold the size used for sorting, the record
+            // pointer and the kind.
+            __builtin_prefetch(item.d.get());
+            __builtin_prefetch(&item.d->_fso_struct);
+            __builtin_prefetch(&item.d->myItemsType);
+        } else
+            __builtin_prefetch(item.d->_fso_struct);
+    };
     switch (attribute) {
     case kRBSortByAccess:
         sorted = sortedByKey(
             std::move(items), [](const RBFileSystemObject &item) { return item.permissions()->intValue(); },
-            std::less<>());
+            std::less<>(), prefetch);
         break;
     case kRBSortByDate:
         sorted = sortedByKey(
@@ -292,7 +319,7 @@ void RBFileSystemObject::setSortsByAttribute(int32_t attribute, int32_t order)
                 const rpf_fso *record = item.d->_fso_struct; // dateAsTimeT, without the call
                 return record != nullptr ? int64_t{record->mtime} : int64_t{-1};
             },
-            std::less<>());
+            std::less<>(), prefetch);
         break;
     case kRBSortByName:
         // The comparator puts the argument's name first: Z to A.
@@ -300,8 +327,18 @@ void RBFileSystemObject::setSortsByAttribute(int32_t attribute, int32_t order)
         break;
     default: // size
         sorted = sortedByKey(
-            std::move(items), [](const RBFileSystemObject &item) { return sortSizeOf(item, item.d->sortSize); },
-            std::less<>());
+            std::move(items),
+            [](const RBFileSystemObject &item) {
+                // isFolder() spelt out: a local folder, or any directory record.
+                const RBFileSystemObjectPrivate &state = *item.d;
+                const rpf_fso *record = state._fso_struct;
+                const bool folder =
+                    record != nullptr && (record->type == RPF_FSO_TYPE_DIRECTORY ||
+                                          (record->locality == RPF_FSO_LOCAL && state.myItemsType == kRBKindFolder));
+                if (folder) return uint64_t{0};
+                return state.sortSize ? *state.sortSize : *(state.sortSize = totalSizeOf(item));
+            },
+            std::less<>(), prefetch);
         break;
     }
     if (d->mySortOrder == 1) std::reverse(sorted.begin(), sorted.end());

@@ -41,6 +41,9 @@ class RBFileSystemObjectPrivate final {
 public:
     // Keeps the records alive; declared first so that it goes last.
     std::shared_ptr<RecordTree> tree;
+    // The total size used for sorting, measured on first use; beside the
+    // record pointer, so that a sort reads one line of this block.
+    mutable std::optional<uint64_t> sortSize;
 
     // The instance variables, in their documented order.
     QString owner;
@@ -72,8 +75,6 @@ public:
 
     // Names listed in this folder's ".hidden" file, read on first use.
     mutable std::unique_ptr<QSet<QByteArray>> hiddenNames;
-    // The total size used for sorting, measured on first use.
-    mutable std::optional<uint64_t> sortSize;
 
     // An object over `record`, stored in it, sharing `owner` (null for a
     // record of the application's).
