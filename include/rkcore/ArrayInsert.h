@@ -1,5 +1,5 @@
-// Moving an element of a list to a new index (the array category
-// NSMutableArray(Insert) of the original framework), for user-ordered lists.
+// Moving an element of a list to a new index (the Objective-C array category
+// NSMutableArray(Insert) as free functions), for user-ordered lists.
 // Elements are compared with operator==. Header-only templates over QList.
 //
 // moveItem(list, object, index):

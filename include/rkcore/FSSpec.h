@@ -1,6 +1,6 @@
-// A path's file specification: the item's device, the inode of the folder
-// that holds it, and its name there (the string category NSString(FSSpec) of
-// the original framework, as a free function).
+// A path's FSSpec: the item's device, the inode of the folder
+// that holds it, and its name there (the Objective-C string category
+// NSString(FSSpec) as a free function).
 #pragma once
 
 #include <QString>

@@ -30,8 +30,8 @@
 //
 // Failure: nullptr, a null QString, -1 or false as each function says, with
 // the log lines it names written to the "rkcore" category. The only
-// assertion is a null record in newFSOWithCStruct. Lines that the original
-// tool printed on standard output ("\t\tError getting item statistics",
+// assertion is a null record in newFSOWithCStruct. The two lines that
+// identification prints on standard output ("\t\tError getting item statistics",
 // "Problem Getting item info...bailing") go to the core's diagnostic stream
 // (rkcore/rpf_diagnostics.h).
 #pragma once

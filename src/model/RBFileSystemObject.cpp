@@ -346,8 +346,8 @@ void RBFileSystemObject::NSDateToUTCDateTime(const QDateTime &date, UTCDateTime 
 {
     if (utcTime == nullptr || !date.isValid()) return;
     const double seconds = static_cast<double>(referenceDate().msecsTo(date)) / 1000.0;
-    // Through a signed value: a date before 1904 wraps as the unsigned
-    // conversion of the original does, instead of being undefined.
+    // Through a signed value: a date before 1904 wraps as a plain unsigned
+    // conversion would, instead of being undefined behaviour.
     *utcTime = static_cast<uint64_t>(static_cast<int64_t>((seconds - carbonReferenceDate()) * 65536.0));
 }
 

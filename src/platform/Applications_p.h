@@ -1,5 +1,5 @@
 // Applications, packages and volumes as the object layer's identification sees
-// them (the Launch Services item flags of the original platform):
+// them (the Launch Services item flags of Mac OS):
 // - application: a folder whose name ends in ".app" holding its executable,
 //   or an AppDir (a folder holding an executable "AppRun");
 // - package: a folder whose name has a bundle extension (.app .bundle

@@ -82,8 +82,8 @@ void RKFSOWatcher::monitorFileAtPath(const QString &path)
 {
     d->fileToWatch = path;
     d->shouldWatch.store(true);
-    // The thread holds the watcher until it ends (the caller's reference
-    // passes to it, in the original terms).
+    // The thread holds the watcher until it ends: the caller's reference
+    // passes to it.
     std::thread([self = shared_from_this(), path] { self->watcherThread(path); }).detach();
 }
 
