@@ -1,5 +1,6 @@
 // Private state of RBFileSystemObject, shared by the files that implement it
-// (RBFileSystemObject.cpp and its +Identification, +Icons, +Filtering parts).
+// (RBFileSystemObject.cpp and its +Identification, +Icons, +Filtering, +Size
+// parts).
 #pragma once
 
 #include <rkcore/RBFileSystemObject.h>
@@ -72,8 +73,6 @@ public:
 
     // Names listed in this folder's ".hidden" file, read on first use.
     mutable std::unique_ptr<QSet<QByteArray>> hiddenNames;
-    // The total size used for sorting, measured on first use.
-    mutable std::optional<uint64_t> sortSize;
 
     // An object over `record`, stored in it, sharing `owner` (null for a
     // record of the application's).

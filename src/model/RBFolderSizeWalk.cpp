@@ -1,0 +1,373 @@
+// The folder-size walk: a depth-first walk over open folders, each entry read
+// once relative to its folder (fstatat), its extended attributes listed once
+// (listxattrat where the kernel has it) and read only when one of ours is
+// there.
+#include <rkcore/RBFolderSizeWalk.h>
+
+#include "../platform/FileCatalog_p.h"
+#include "../platform/HiddenFile_p.h"
+#include "../platform/MountTable_p.h"
+
+#include <QSet>
+
+#include <condition_variable>
+#include <cstring>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <unordered_set>
+#include <vector>
+
+#include <cerrno>
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/xattr.h>
+#include <unistd.h>
+
+namespace rk {
+
+namespace {
+
+constexpr const char *kFinderInfoAttribute = "user.com.apple.FinderInfo";
+constexpr const char *kResourceForkAttribute = "user.com.apple.ResourceFork";
+
+// listxattrat(2) (Linux 6.13): the attribute names of an entry relative to an
+// open folder. The same number on every architecture (the shared table).
+#ifdef SYS_listxattrat
+constexpr long kListXattrAt = SYS_listxattrat;
+#else
+constexpr long kListXattrAt = 465;
+#endif
+
+// Entries between two looks at the clock for the progress callback.
+constexpr uint64_t kProgressStride = 1024;
+
+// Which of our attributes an entry carries.
+struct AttributeNames {
+    bool finderInfo = false;
+    bool resourceFork = false;
+};
+
+AttributeNames namesIn(const char *list, ssize_t length)
+{
+    AttributeNames names;
+    const char *end = list + length;
+    for (const char *name = list; name < end; name += std::strlen(name) + 1) {
+        if (std::strcmp(name, kFinderInfoAttribute) == 0) names.finderInfo = true;
+        if (std::strcmp(name, kResourceForkAttribute) == 0) names.resourceFork = true;
+    }
+    return names;
+}
+
+// Network and user-space file systems: their mount points may not answer.
+bool mayHang(const QByteArray &type)
+{
+    static const QSet<QByteArray> types = {"nfs",  "nfs4",      "cifs",  "smb3",   "smbfs", "ncpfs", "afs", "9p",
+                                           "ceph", "glusterfs", "davfs", "lustre", "gfs2",  "ocfs2", "fuse"};
+    return types.contains(type) || type.startsWith("fuse.");
+}
+
+// Whether `path` answers a stat within `timeout`. The stat runs on a thread of
+// its own that is left behind (blocked in the kernel) when it does not.
+bool answersWithin(const std::string &path, std::chrono::milliseconds timeout)
+{
+    struct Probe {
+        std::mutex mutex;
+        std::condition_variable done;
+        bool finished = false;
+        bool ok = false;
+    };
+    auto probe = std::make_shared<Probe>();
+    try {
+        std::thread([probe, path] {
+            struct stat status {};
+            const bool ok = stat(path.c_str(), &status) == 0;
+            const std::lock_guard lock(probe->mutex);
+            probe->finished = true;
+            probe->ok = ok;
+            probe->done.notify_all();
+        }).detach();
+    } catch (const std::system_error &) {
+        return false;
+    }
+    std::unique_lock lock(probe->mutex);
+    probe->done.wait_for(lock, timeout, [&probe] { return probe->finished; });
+    return probe->finished && probe->ok;
+}
+
+struct InodeKey {
+    dev_t device;
+    ino_t inode;
+    bool operator==(const InodeKey &) const = default;
+};
+
+struct InodeHash {
+    size_t operator()(const InodeKey &key) const noexcept
+    {
+        return std::hash<uint64_t>()(static_cast<uint64_t>(key.inode) * 0x9E3779B97F4A7C15ULL ^
+                                     static_cast<uint64_t>(key.device));
+    }
+};
+
+// One open folder of the walk.
+struct Frame {
+    DIR *dir = nullptr;
+    int fd = -1;
+    size_t pathLength = 0; // of the walker's path buffer for this folder
+    dev_t device = 0;
+    QSet<QByteArray> hiddenNames;
+};
+
+class Walker {
+public:
+    Walker(const RBFolderSizeWalkOptions &options, const std::atomic<bool> *cancel) : options_(options), cancel_(cancel)
+    {
+    }
+    ~Walker()
+    {
+        for (Frame &frame : stack_)
+            closedir(frame.dir);
+    }
+    Walker(const Walker &) = delete;
+    Walker &operator=(const Walker &) = delete;
+
+    RBFolderSizeWalkResult run(const QByteArray &top);
+
+private:
+    void countDiskUsage(const struct stat &status);
+    bool pushFolder(int fd, dev_t device);
+    bool visitNext();
+    void visitEntry(const Frame &frame, const char *name, unsigned char type);
+    void visitFolder(const Frame &frame, const char *name, unsigned char type);
+    void visitFolderEntry(const Frame &frame, const char *name, const struct stat &status);
+    void visitOther(const Frame &frame, const char *name, const struct stat &status);
+    AttributeNames attributeNames(int folder, const char *name);
+    bool isInvisible(const Frame &frame, const char *name, bool finderInfo, bool followLinks) const;
+    bool skipMount();
+    void reportProgress(bool force);
+
+    const RBFolderSizeWalkOptions &options_;
+    const std::atomic<bool> *cancel_;
+    RBFolderSizeWalkResult result_;
+    std::vector<Frame> stack_;
+    std::string path_;
+    dev_t topDevice_ = 0;
+    std::unordered_set<InodeKey, InodeHash> linkedInodes_;
+    std::optional<platform::MountTable> mounts_;
+    bool haveListXattrAt_ = true;
+    std::chrono::steady_clock::time_point lastProgress_ = std::chrono::steady_clock::now();
+    std::array<char, 4096> attributeList_{};
+};
+
+void Walker::countDiskUsage(const struct stat &status)
+{
+    if (options_.oneFileSystem && status.st_dev != topDevice_) return;
+    // Hard-linked files count once, as du counts them.
+    if (!S_ISDIR(status.st_mode) && status.st_nlink > 1 &&
+        !linkedInodes_.insert(InodeKey{status.st_dev, status.st_ino}).second)
+        return;
+    result_.extras.diskUsage += static_cast<uint64_t>(status.st_blocks) * 512U;
+    result_.extras.apparentSize += static_cast<uint64_t>(status.st_size);
+}
+
+bool Walker::pushFolder(int fd, dev_t device)
+{
+    DIR *dir = fdopendir(fd);
+    if (dir == nullptr) {
+        close(fd);
+        return false;
+    }
+    Frame frame;
+    frame.dir = dir;
+    frame.fd = fd;
+    frame.pathLength = path_.size();
+    frame.device = device;
+    if (options_.readAttributes) frame.hiddenNames = platform::readHiddenNames(QByteArray::fromStdString(path_));
+    stack_.push_back(std::move(frame));
+    return true;
+}
+
+RBFolderSizeWalkResult Walker::run(const QByteArray &top)
+{
+    path_.assign(top.constData(), static_cast<size_t>(top.size()));
+    while (path_.size() > 1 && path_.back() == '/')
+        path_.pop_back();
+    struct stat status {};
+    if (path_.empty() || stat(path_.c_str(), &status) != 0) return result_;
+    result_.found = true;
+    topDevice_ = status.st_dev;
+    result_.extras.entries = 1;
+    countDiskUsage(status);
+    if (!S_ISDIR(status.st_mode)) return result_;
+    const int fd = open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0 || !pushFolder(fd, status.st_dev)) {
+        ++result_.extras.unreadableFolders;
+        return result_;
+    }
+    if (path_ == "/") { // entries are joined as path_ + "/" + name
+        path_.clear();
+        stack_.back().pathLength = 0;
+    }
+    while (!stack_.empty()) {
+        if (!visitNext()) continue;
+        if (cancel_ != nullptr && cancel_->load(std::memory_order_relaxed)) {
+            result_.extras.cancelled = true;
+            break;
+        }
+        if (result_.extras.entries % kProgressStride == 0) reportProgress(false);
+    }
+    RBSizeRecord &record = result_.record;
+    record[kRBSizeTotal] = record[kRBSizeDataFork] + record[kRBSizeResourceFork];
+    record[kRBSizePhysicalTotal] = record[kRBSizeDataForkPhysical] + record[kRBSizeResourceForkPhysical];
+    record[kRBSizeContainedItems] = record[kRBSizeFiles] + record[kRBSizeFolders];
+    reportProgress(true);
+    return result_;
+}
+
+// Reads the next entry of the deepest open folder; false when that folder
+// ended (it is closed) or the entry was "." or "..".
+bool Walker::visitNext()
+{
+    Frame &frame = stack_.back();
+    const dirent *entry = readdir(frame.dir);
+    if (entry == nullptr) {
+        closedir(frame.dir);
+        stack_.pop_back();
+        if (!stack_.empty()) path_.resize(stack_.back().pathLength);
+        return false;
+    }
+    const char *name = entry->d_name;
+    if (name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'))) return false;
+    ++result_.extras.entries;
+    path_.resize(frame.pathLength);
+    path_ += '/';
+    path_ += name;
+    visitEntry(frame, name, entry->d_type);
+    return true;
+}
+
+void Walker::visitEntry(const Frame &frame, const char *name, unsigned char type)
+{
+    if ((type == DT_DIR || type == DT_UNKNOWN) && skipMount()) {
+        ++result_.record[kRBSizeFolders];
+        return;
+    }
+    struct stat status {};
+    if (fstatat(frame.fd, name, &status, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT) != 0) {
+        // Vanished, or not examinable: still an item, with nothing to add.
+        ++result_.record[kRBSizeFiles];
+        return;
+    }
+    countDiskUsage(status);
+    if (S_ISDIR(status.st_mode))
+        visitFolderEntry(frame, name, status);
+    else
+        visitOther(frame, name, status);
+}
+
+// A mount point that must not be entered: an automount point not mounted yet,
+// or a network mount that does not answer. Reported in skippedMounts.
+bool Walker::skipMount()
+{
+    if (!mounts_) mounts_ = platform::MountTable::snapshot();
+    if (mounts_->size() <= 1) return false;
+    const QByteArray path = QByteArray::fromRawData(path_.data(), static_cast<qsizetype>(path_.size()));
+    if (!mounts_->isMountPoint(path)) return false;
+    const QByteArray fsType = mounts_->fileSystemType(path);
+    const bool skip = fsType == "autofs" || (mayHang(fsType) && !answersWithin(path_, options_.mountTimeout));
+    if (skip) result_.extras.skippedMounts.append(QString::fromStdString(path_));
+    return skip;
+}
+
+void Walker::visitFolderEntry(const Frame &frame, const char *name, const struct stat &status)
+{
+    RBSizeRecord &record = result_.record;
+    ++record[kRBSizeFolders];
+    if (options_.readAttributes) {
+        const AttributeNames names = attributeNames(frame.fd, name);
+        if (isInvisible(frame, name, names.finderInfo, false)) ++record[kRBSizeHidden];
+    }
+    if (options_.oneFileSystem && status.st_dev != topDevice_) return;
+    const int fd = openat(frame.fd, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0 || !pushFolder(fd, status.st_dev)) ++result_.extras.unreadableFolders;
+}
+
+void Walker::visitOther(const Frame &frame, const char *name, const struct stat &status)
+{
+    RBSizeRecord &record = result_.record;
+    ++record[kRBSizeFiles];
+    if (S_ISLNK(status.st_mode)) {
+        // Only a link whose target can be examined has an item to measure.
+        struct stat target {};
+        if (fstatat(frame.fd, name, &target, 0) != 0) return;
+        record[kRBSizeDataFork] += static_cast<uint64_t>(status.st_size);
+        if (options_.readAttributes && isInvisible(frame, name, true, true)) ++record[kRBSizeHidden];
+        return;
+    }
+    uint64_t fork = 0;
+    bool invisible = false;
+    if (options_.readAttributes) {
+        const AttributeNames names = attributeNames(frame.fd, name);
+        if (names.resourceFork) {
+            const ssize_t length = lgetxattr(path_.c_str(), kResourceForkAttribute, nullptr, 0);
+            if (length < 0 && errno == ENOENT) return; // vanished since its status was read
+            fork = length > 0 ? static_cast<uint64_t>(length) : 0U;
+        }
+        invisible = isInvisible(frame, name, names.finderInfo, false);
+    }
+    const auto block = static_cast<uint64_t>(status.st_blksize > 0 ? status.st_blksize : 512);
+    record[kRBSizeDataFork] += static_cast<uint64_t>(status.st_size);
+    record[kRBSizeDataForkPhysical] += static_cast<uint64_t>(status.st_blocks) * 512U;
+    record[kRBSizeResourceFork] += fork;
+    record[kRBSizeResourceForkPhysical] += (fork + block - 1) / block * block;
+    if (invisible) ++record[kRBSizeHidden];
+}
+
+AttributeNames Walker::attributeNames(int folder, const char *name)
+{
+    ssize_t length = -1;
+    if (haveListXattrAt_) {
+        length = syscall(kListXattrAt, folder, name, AT_SYMLINK_NOFOLLOW, attributeList_.data(), attributeList_.size());
+        if (length < 0 && (errno == ENOSYS || errno == EPERM)) haveListXattrAt_ = false;
+    }
+    if (!haveListXattrAt_) length = llistxattr(path_.c_str(), attributeList_.data(), attributeList_.size());
+    if (length < 0) {
+        // A list longer than the buffer may hold ours: look for them directly.
+        if (errno == ERANGE) return AttributeNames{true, true};
+        return {};
+    }
+    return namesIn(attributeList_.data(), length);
+}
+
+bool Walker::isInvisible(const Frame &frame, const char *name, bool finderInfo, bool followLinks) const
+{
+    if (finderInfo) {
+        const auto info = platform::readFinderInfo(path_.c_str(), followLinks);
+        if (info && (info->flags & platform::kFinderFlagIsInvisible) != 0) return true;
+    }
+    return !frame.hiddenNames.isEmpty() &&
+           frame.hiddenNames.contains(QByteArray::fromRawData(name, static_cast<qsizetype>(std::strlen(name))));
+}
+
+void Walker::reportProgress(bool force)
+{
+    if (!options_.progress) return;
+    const auto now = std::chrono::steady_clock::now();
+    if (!force && now - lastProgress_ < options_.progressInterval) return;
+    lastProgress_ = now;
+    const RBSizeRecord &record = result_.record;
+    options_.progress(RBFolderSizeProgress{record[kRBSizeFiles] + record[kRBSizeFolders], record[kRBSizeDataFork]});
+}
+
+} // namespace
+
+RBFolderSizeWalkResult walkFolderSizes(const QByteArray &path, const RBFolderSizeWalkOptions &options,
+                                       const std::atomic<bool> *cancel)
+{
+    Walker walker(options, cancel);
+    return walker.run(path);
+}
+
+} // namespace rk
