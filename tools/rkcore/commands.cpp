@@ -17,7 +17,9 @@ std::span<const Command> commands()
                 "--all; --match keeps names matching a case-insensitive extended pattern; --sort orders by "
                 "attribute, smallest or oldest first, except name, which goes Z to A (--reverse turns each round)",
                 lsCommand},
-        Command{"info", "PATH", "one item's attributes: kind, target, permissions, dates, codes, flags, volume",
+        Command{"info", "PATH",
+                "one item's attributes: kind, target, permissions, dates, codes, flags, volume, and the sizes of "
+                "its Get-Info panel (a folder is walked: Ctrl-C stops the walk and prints partial figures)",
                 infoCommand},
         Command{"icon", "PATH OUT.png", "the icon the item shows (badges included), as a 128 x 128 PNG", iconCommand,
                 true},
@@ -26,6 +28,10 @@ std::span<const Command> commands()
                 keychainCommand},
         Command{"hotkey", "listen [--count N] COMBO... | show KEYCODE MODIFIERS",
                 "system-wide hot keys such as ctrl+shift+F1: print each press, or show a combination", hotkeyCommand},
+        Command{"du", "[--apparent] [--one-file-system] PATH...",
+                "bytes on disk of each path as du -s -B1 counts them (--apparent: as du -s -b does)", duCommand},
+        Command{"type", "NAME...", "each name's type code from the data types file: 0 unknown, 1 image, 2 text",
+                typeCommand},
     };
     return table;
 }

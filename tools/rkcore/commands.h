@@ -5,6 +5,10 @@
 
 #include <span>
 
+namespace rk {
+class RBFileSystemObject;
+}
+
 namespace rkcli {
 
 // Runs a command with the arguments after its name; returns the exit status.
@@ -30,5 +34,9 @@ int keychainCommand(const QStringList &arguments);
 int infoCommand(const QStringList &arguments);
 int iconCommand(const QStringList &arguments);
 int hotkeyCommand(const QStringList &arguments);
+int duCommand(const QStringList &arguments);
+// The size lines of rkcore info (size_lines.cpp).
+void printSizeLines(rk::RBFileSystemObject &object);
+int typeCommand(const QStringList &arguments);
 
 } // namespace rkcli
