@@ -1,7 +1,8 @@
 // The size walk of one folder, as an application asks for it:
 //   rkcore-size-walk FOLDER             sizeObject() of the folder, one thread
 //   rkcore-size-walk --types ROUNDS     typeForFileName lookups per second
-// prints "walk_us T entries N files F folders D hidden H max_rss_kb R", or
+// prints "walk_us T entries N files F folders D hidden H du_bytes B max_rss_kb R
+// walk_rss_growth_kb G" (G: the peak's growth during the walk alone), or
 // "lookups N ns_per_lookup X".
 #include <rkcore/RBFileSystemObject.h>
 #include <rkcore/RBFileSystemObjectSize.h>
@@ -58,17 +59,21 @@ int main(int argc, char **argv)
     QLoggingCategory::setFilterRules(QStringLiteral("rkcore=false"));
     const auto folder = rk::RBFileSystemObject::newFSOForLocalPath(QString::fromLocal8Bit(argv[1]), false);
     if (!folder) return 1;
+    struct rusage before {};
+    getrusage(RUSAGE_SELF, &before);
     const double start = nowUs();
     const auto size = folder->sizeObject();
     const double elapsed = nowUs() - start;
     if (!size) return 1;
     struct rusage usage {};
     getrusage(RUSAGE_SELF, &usage);
-    std::printf("walk_us %.0f entries %llu files %llu folders %llu hidden %llu du_bytes %llu max_rss_kb %ld\n", elapsed,
-                static_cast<unsigned long long>(size->containedItemCount()),
+    std::printf("walk_us %.0f entries %llu files %llu folders %llu hidden %llu du_bytes %llu max_rss_kb %ld "
+                "walk_rss_growth_kb %ld\n",
+                elapsed, static_cast<unsigned long long>(size->containedItemCount()),
                 static_cast<unsigned long long>(size->counter(rk::kRBSizeFiles)),
                 static_cast<unsigned long long>(size->counter(rk::kRBSizeFolders)),
                 static_cast<unsigned long long>(size->counter(rk::kRBSizeHidden)),
-                static_cast<unsigned long long>(size->walkExtras()->diskUsage), usage.ru_maxrss);
+                static_cast<unsigned long long>(size->walkExtras()->diskUsage), usage.ru_maxrss,
+                usage.ru_maxrss - before.ru_maxrss);
     return 0;
 }
