@@ -53,9 +53,9 @@ private:
 
 void printProgress(const rk::RBFolderSizeProgress &progress)
 {
-    std::fprintf(stderr, "\r\033[Kwalking: %llu items, %s bytes", static_cast<unsigned long long>(progress.items),
-                 qPrintable(rk::RBFileSystemObjectSize::_commaDelimitedSize(progress.bytes)));
-    std::fflush(stderr);
+    (void)std::fprintf(stderr, "\r\033[Kwalking: %llu items, %s bytes", static_cast<unsigned long long>(progress.items),
+                       qPrintable(rk::RBFileSystemObjectSize::_commaDelimitedSize(progress.bytes)));
+    (void)std::fflush(stderr);
 }
 
 void printWalkExtras(const rk::RBFolderWalkExtras &extras)
@@ -81,7 +81,7 @@ void printSizeLines(rk::RBFileSystemObject &object)
         if (isatty(STDERR_FILENO) != 0) options.progress = printProgress;
         const InterruptCancelsWalk interrupt(object);
         size = object.sizeObject(options);
-        if (options.progress) std::fputs("\r\033[K", stderr);
+        if (options.progress) (void)std::fputs("\r\033[K", stderr);
     }
     if (!size) {
         printField(QStringLiteral("size"), QStringLiteral("not available"));
