@@ -217,6 +217,7 @@ def measure_size_walk(bin_dir, rounds):
     subprocess.run([f"{bin_dir}/rkcore-make-size-tree", tree, "200000"], check=True, stdout=subprocess.DEVNULL)
     programs = {
         "sizeObject": [f"{bin_dir}/rkcore-size-walk", tree],
+        "sizeObject, 2 threads": [f"{bin_dir}/rkcore-size-walk", "--threads", "2", tree],
         "floor": [f"{bin_dir}/rkcore-floor-walk", tree],
         "du -s": ["du", "-s", tree],
         "rkcore du": [f"{bin_dir}/rkcore", "du", tree],
@@ -244,15 +245,16 @@ def print_size_walk(results, types):
     ratios = [a / b for a, b in zip(walk, floor)]
     print(f"{'':>9}  {'floor (walk time)':<22} {spread(ratios):<24} {len(ratios):>6} "
           f"{statistics.median(floor) / entries:>14.3f}  {verdict(statistics.median(ratios), 1.5)}")
-    for ours_name, peer in (("sizeObject", "du -s"), ("rkcore du", "du -s"),
+    for ours_name, peer in (("sizeObject", "du -s"), ("sizeObject, 2 threads", "du -s"), ("rkcore du", "du -s"),
                             ("rkcore du --apparent", "du -s --apparent-size")):
         mine = [wall for _, wall, _ in results[ours_name]]
         theirs = [wall for _, wall, _ in results[peer]]
         ratios = [a / b for a, b in zip(mine, theirs)]
-        label = {"sizeObject": "du -s (whole process)", "rkcore du": "du -s (rkcore du)",
-                 "rkcore du --apparent": "du --apparent-size"}[ours_name]
+        label = {"sizeObject": "du -s (whole process)", "sizeObject, 2 threads": "du -s (2 threads)",
+                 "rkcore du": "du -s (rkcore du)", "rkcore du --apparent": "du --apparent-size"}[ours_name]
         print(f"{'':>9}  {label:<22} {spread(ratios):<24} {len(ratios):>6} "
-              f"{statistics.median(theirs) / entries:>14.3f}")
+              f"{statistics.median(theirs) / entries:>14.3f}  "
+              f"{verdict(statistics.median(ratios), 1.0) if ours_name == 'sizeObject, 2 threads' else ''}")
     growth = max(f["walk_rss_growth_kb"] for f, _, _ in ours)
     print(f"{'':>9}  {'peak memory growth':<22} {growth / 1024:>8.2f} MiB during the walk  "
           f"{verdict(growth / 1024, 4)}")

@@ -1,5 +1,6 @@
 // The size walk of one folder, as an application asks for it:
 //   rkcore-size-walk FOLDER             sizeObject() of the folder, one thread
+//   rkcore-size-walk --threads N FOLDER the same walk on N threads
 //   rkcore-size-walk --types ROUNDS     typeForFileName lookups per second
 // prints "walk_us T entries N files F folders D hidden H du_bytes B max_rss_kb R
 // walk_rss_growth_kb G" (G: the peak's growth during the walk alone), or
@@ -52,17 +53,20 @@ int main(int argc, char **argv)
 {
     QCoreApplication app(argc, argv);
     if (argc == 3 && std::strcmp(argv[1], "--types") == 0) return typeLookups(std::atol(argv[2]));
-    if (argc != 2) {
-        (void)std::fprintf(stderr, "usage: rkcore-size-walk FOLDER | --types ROUNDS\n");
+    rk::RBFolderSizeWalkOptions options;
+    if (argc == 4 && std::strcmp(argv[1], "--threads") == 0) {
+        options.threads = std::atoi(argv[2]);
+    } else if (argc != 2) {
+        (void)std::fprintf(stderr, "usage: rkcore-size-walk [--threads N] FOLDER | --types ROUNDS\n");
         return 2;
     }
     QLoggingCategory::setFilterRules(QStringLiteral("rkcore=false"));
-    const auto folder = rk::RBFileSystemObject::newFSOForLocalPath(QString::fromLocal8Bit(argv[1]), false);
+    const auto folder = rk::RBFileSystemObject::newFSOForLocalPath(QString::fromLocal8Bit(argv[argc - 1]), false);
     if (!folder) return 1;
     struct rusage before {};
     getrusage(RUSAGE_SELF, &before);
     const double start = nowUs();
-    const auto size = folder->sizeObject();
+    const auto size = folder->sizeObject(options);
     const double elapsed = nowUs() - start;
     if (!size) return 1;
     struct rusage usage {};

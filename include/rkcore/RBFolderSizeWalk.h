@@ -26,8 +26,9 @@
 // deeper than the process's open-file limit allows have their deepest folders
 // counted but not entered (reported in unreadableFolders).
 //
-// Thread: the walk runs on the calling thread; `cancel` may be set from any
-// thread and is read after every entry.
+// Thread: the walk runs on the calling thread (and on helper threads when
+// options.threads > 1, all joined before it returns); `cancel` may be set
+// from any thread and is read after every entry.
 #pragma once
 
 #include <QByteArray>
@@ -90,9 +91,13 @@ struct RBFolderSizeWalkOptions {
     // ".hidden" files. Without them counters 2, 3 and 10 stay 0 and the walk
     // makes one system call per entry, as `du` does.
     bool readAttributes = true;
-    // Called on the walking thread at most once per interval, and once at the end.
+    // Called on the calling thread at most once per interval, and once at the end.
     std::function<void(const RBFolderSizeProgress &)> progress;
     std::chrono::milliseconds progressInterval{250};
+    // Threads that walk (1: the calling thread alone). With more, helper
+    // threads take folders the others have not entered yet; the counters are
+    // the same, and the helpers end before the walk returns.
+    int threads = 1;
     // Longest wait for a network mount point to answer before it is skipped.
     std::chrono::milliseconds mountTimeout{2000};
 };

@@ -10,10 +10,14 @@
 
 #include <QSet>
 
+#include <algorithm>
 #include <condition_variable>
 #include <cstring>
+#include <deque>
+#include <memory>
 #include <mutex>
 #include <string>
+#include <system_error>
 #include <thread>
 #include <unordered_set>
 #include <vector>
@@ -120,9 +124,44 @@ struct Frame {
     QSet<QByteArray> hiddenNames;
 };
 
+// A folder handed to another thread of the walk: its contents are to be
+// walked (the folder itself was counted where it was found).
+struct Task {
+    std::string path;
+    dev_t device = 0;
+};
+
+// What the threads of one walk share. The queue holds a folder only while a
+// thread waits for one, so it stays short.
+struct Shared {
+    Shared(const RBFolderSizeWalkOptions &walkOptions, const std::atomic<bool> *cancelFlag)
+        : options(walkOptions), cancel(cancelFlag)
+    {
+    }
+    const RBFolderSizeWalkOptions &options;
+    const std::atomic<bool> *cancel;
+    dev_t topDevice = 0;
+    std::optional<platform::MountTable> mounts; // read once, before the threads start
+
+    std::mutex mutex; // guards threads, queue, idle, done
+    std::condition_variable wake;
+    int threads = 1;
+    std::deque<Task> queue;
+    int idle = 0;
+    bool done = false;
+    std::atomic<int> idleHint{0}; // `idle`, for a look without the lock
+    std::atomic<bool> stopped{false};
+
+    std::mutex inodeMutex; // guards linkedInodes
+    std::unordered_set<InodeKey, InodeHash> linkedInodes;
+
+    std::atomic<uint64_t> items{0}; // progress published by every thread
+    std::atomic<uint64_t> bytes{0};
+};
+
 class Walker {
 public:
-    Walker(const RBFolderSizeWalkOptions &options, const std::atomic<bool> *cancel) : options_(options), cancel_(cancel)
+    Walker(Shared &shared, bool reportsProgress) : shared_(shared), options_(shared.options), reports_(reportsProgress)
     {
     }
     ~Walker()
@@ -133,41 +172,50 @@ public:
     Walker(const Walker &) = delete;
     Walker &operator=(const Walker &) = delete;
 
-    RBFolderSizeWalkResult run(const QByteArray &top);
+    // The top item: its own du figures; a folder is opened for drain(). false
+    // when there is nothing to walk.
+    bool start(const QByteArray &top);
+    // Walks the open folders; false when the walk was cancelled.
+    bool drain();
+    // Takes queued folders and drains them until the walk is over.
+    void work();
+    // Offers a folder to a waiting thread; false when none waits.
+    bool offer(const struct stat &status);
+    RBFolderSizeWalkResult &result() { return result_; }
 
 private:
     void countDiskUsage(const struct stat &status);
     bool pushFolder(int fd, dev_t device);
     bool visitNext();
     void visitEntry(const Frame &frame, const char *name, unsigned char type);
-    void visitFolder(const Frame &frame, const char *name, unsigned char type);
     void visitFolderEntry(const Frame &frame, const char *name, const struct stat &status);
     void visitOther(const Frame &frame, const char *name, const struct stat &status);
     AttributeNames attributeNames(int folder, const char *name);
     bool isInvisible(const Frame &frame, const char *name, bool finderInfo, bool followLinks) const;
     bool skipMount();
-    void reportProgress(bool force);
+    void publishProgress();
 
+    Shared &shared_;
     const RBFolderSizeWalkOptions &options_;
-    const std::atomic<bool> *cancel_;
+    bool reports_;
     RBFolderSizeWalkResult result_;
     std::vector<Frame> stack_;
     std::string path_;
-    dev_t topDevice_ = 0;
-    std::unordered_set<InodeKey, InodeHash> linkedInodes_;
-    std::optional<platform::MountTable> mounts_;
     bool haveListXattrAt_ = true;
+    uint64_t publishedItems_ = 0;
+    uint64_t publishedBytes_ = 0;
     std::chrono::steady_clock::time_point lastProgress_ = std::chrono::steady_clock::now();
     std::array<char, 4096> attributeList_{};
 };
 
 void Walker::countDiskUsage(const struct stat &status)
 {
-    if (options_.oneFileSystem && status.st_dev != topDevice_) return;
+    if (options_.oneFileSystem && status.st_dev != shared_.topDevice) return;
     // Hard-linked files count once, as du counts them.
-    if (!S_ISDIR(status.st_mode) && status.st_nlink > 1 &&
-        !linkedInodes_.insert(InodeKey{status.st_dev, status.st_ino}).second)
-        return;
+    if (!S_ISDIR(status.st_mode) && status.st_nlink > 1) {
+        const std::lock_guard lock(shared_.inodeMutex);
+        if (!shared_.linkedInodes.insert(InodeKey{status.st_dev, status.st_ino}).second) return;
+    }
     result_.extras.diskUsage += static_cast<uint64_t>(status.st_blocks) * 512U;
     result_.extras.apparentSize += static_cast<uint64_t>(status.st_size);
 }
@@ -189,41 +237,102 @@ bool Walker::pushFolder(int fd, dev_t device)
     return true;
 }
 
-RBFolderSizeWalkResult Walker::run(const QByteArray &top)
+bool Walker::start(const QByteArray &top)
 {
     path_.assign(top.constData(), static_cast<size_t>(top.size()));
     while (path_.size() > 1 && path_.back() == '/')
         path_.pop_back();
     struct stat status {};
-    if (path_.empty() || stat(path_.c_str(), &status) != 0) return result_;
+    if (path_.empty() || stat(path_.c_str(), &status) != 0) return false;
     result_.found = true;
-    topDevice_ = status.st_dev;
+    shared_.topDevice = status.st_dev;
     result_.extras.entries = 1;
     countDiskUsage(status);
-    if (!S_ISDIR(status.st_mode)) return result_;
+    if (!S_ISDIR(status.st_mode)) return false;
     const int fd = open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (fd < 0 || !pushFolder(fd, status.st_dev)) {
         ++result_.extras.unreadableFolders;
-        return result_;
+        return false;
     }
     if (path_ == "/") { // entries are joined as path_ + "/" + name
         path_.clear();
         stack_.back().pathLength = 0;
     }
+    return true;
+}
+
+bool Walker::drain()
+{
     while (!stack_.empty()) {
         if (!visitNext()) continue;
-        if (cancel_ != nullptr && cancel_->load(std::memory_order_relaxed)) {
+        if ((shared_.cancel != nullptr && shared_.cancel->load(std::memory_order_relaxed)) ||
+            shared_.stopped.load(std::memory_order_relaxed)) {
             result_.extras.cancelled = true;
-            break;
+            return false;
         }
-        if (result_.extras.entries % kProgressStride == 0) reportProgress(false);
+        if (result_.extras.entries % kProgressStride == 0) publishProgress();
     }
-    RBSizeRecord &record = result_.record;
-    record[kRBSizeTotal] = record[kRBSizeDataFork] + record[kRBSizeResourceFork];
-    record[kRBSizePhysicalTotal] = record[kRBSizeDataForkPhysical] + record[kRBSizeResourceForkPhysical];
-    record[kRBSizeContainedItems] = record[kRBSizeFiles] + record[kRBSizeFolders];
-    reportProgress(true);
-    return result_;
+    return true;
+}
+
+void Walker::work()
+{
+    for (;;) {
+        Task task;
+        {
+            std::unique_lock lock(shared_.mutex);
+            ++shared_.idle;
+            shared_.idleHint.store(shared_.idle, std::memory_order_relaxed);
+            if (shared_.idle == shared_.threads && shared_.queue.empty()) shared_.done = true;
+            shared_.wake.notify_all();
+            shared_.wake.wait(lock, [this] {
+                return !shared_.queue.empty() || shared_.done || shared_.stopped.load(std::memory_order_relaxed);
+            });
+            if (shared_.queue.empty() || shared_.stopped.load(std::memory_order_relaxed)) return;
+            task = std::move(shared_.queue.front());
+            shared_.queue.pop_front();
+            --shared_.idle;
+            shared_.idleHint.store(shared_.idle, std::memory_order_relaxed);
+        }
+        path_ = std::move(task.path);
+        const int fd = open(path_.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+        if (fd < 0 || !pushFolder(fd, task.device)) {
+            ++result_.extras.unreadableFolders;
+            continue;
+        }
+        if (!drain()) {
+            const std::lock_guard lock(shared_.mutex);
+            shared_.stopped.store(true, std::memory_order_relaxed);
+            shared_.wake.notify_all();
+            return;
+        }
+    }
+}
+
+bool Walker::offer(const struct stat &status)
+{
+    if (shared_.idleHint.load(std::memory_order_relaxed) == 0) return false;
+    const std::lock_guard lock(shared_.mutex);
+    if (shared_.idle <= static_cast<int>(shared_.queue.size())) return false;
+    shared_.queue.push_back(Task{path_, status.st_dev});
+    shared_.wake.notify_one();
+    return true;
+}
+
+void Walker::publishProgress()
+{
+    const RBSizeRecord &record = result_.record;
+    const uint64_t items = record[kRBSizeFiles] + record[kRBSizeFolders];
+    shared_.items.fetch_add(items - publishedItems_, std::memory_order_relaxed);
+    shared_.bytes.fetch_add(record[kRBSizeDataFork] - publishedBytes_, std::memory_order_relaxed);
+    publishedItems_ = items;
+    publishedBytes_ = record[kRBSizeDataFork];
+    if (!reports_ || !options_.progress) return;
+    const auto now = std::chrono::steady_clock::now();
+    if (now - lastProgress_ < options_.progressInterval) return;
+    lastProgress_ = now;
+    options_.progress(RBFolderSizeProgress{shared_.items.load(std::memory_order_relaxed),
+                                           shared_.bytes.load(std::memory_order_relaxed)});
 }
 
 // Reads the next entry of the deepest open folder; false when that folder
@@ -271,11 +380,11 @@ void Walker::visitEntry(const Frame &frame, const char *name, unsigned char type
 // or a network mount that does not answer. Reported in skippedMounts.
 bool Walker::skipMount()
 {
-    if (!mounts_) mounts_ = platform::MountTable::snapshot();
-    if (mounts_->size() <= 1) return false;
+    const platform::MountTable &mounts = *shared_.mounts;
+    if (mounts.size() <= 1) return false;
     const QByteArray path = QByteArray::fromRawData(path_.data(), static_cast<qsizetype>(path_.size()));
-    if (!mounts_->isMountPoint(path)) return false;
-    const QByteArray fsType = mounts_->fileSystemType(path);
+    if (!mounts.isMountPoint(path)) return false;
+    const QByteArray fsType = mounts.fileSystemType(path);
     const bool skip = fsType == "autofs" || (mayHang(fsType) && !answersWithin(path_, options_.mountTimeout));
     if (skip) result_.extras.skippedMounts.append(QString::fromStdString(path_));
     return skip;
@@ -289,7 +398,8 @@ void Walker::visitFolderEntry(const Frame &frame, const char *name, const struct
         const AttributeNames names = attributeNames(frame.fd, name);
         if (isInvisible(frame, name, names.finderInfo, false)) ++record[kRBSizeHidden];
     }
-    if (options_.oneFileSystem && status.st_dev != topDevice_) return;
+    if (options_.oneFileSystem && status.st_dev != shared_.topDevice) return;
+    if (shared_.threads > 1 && offer(status)) return;
     const int fd = openat(frame.fd, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     if (fd < 0 || !pushFolder(fd, status.st_dev)) ++result_.extras.unreadableFolders;
 }
@@ -351,14 +461,43 @@ bool Walker::isInvisible(const Frame &frame, const char *name, bool finderInfo, 
            frame.hiddenNames.contains(QByteArray::fromRawData(name, static_cast<qsizetype>(std::strlen(name))));
 }
 
-void Walker::reportProgress(bool force)
+} // namespace
+
+namespace {
+
+void merge(RBFolderSizeWalkResult &into, const RBFolderSizeWalkResult &from)
 {
-    if (!options_.progress) return;
-    const auto now = std::chrono::steady_clock::now();
-    if (!force && now - lastProgress_ < options_.progressInterval) return;
-    lastProgress_ = now;
-    const RBSizeRecord &record = result_.record;
-    options_.progress(RBFolderSizeProgress{record[kRBSizeFiles] + record[kRBSizeFolders], record[kRBSizeDataFork]});
+    for (int i : {kRBSizeDataFork, kRBSizeDataForkPhysical, kRBSizeResourceFork, kRBSizeResourceForkPhysical,
+                  kRBSizeFolders, kRBSizeFiles, kRBSizeHidden})
+        into.record[i] += from.record[i];
+    into.extras.diskUsage += from.extras.diskUsage;
+    into.extras.apparentSize += from.extras.apparentSize;
+    into.extras.entries += from.extras.entries;
+    into.extras.unreadableFolders += from.extras.unreadableFolders;
+    into.extras.cancelled = into.extras.cancelled || from.extras.cancelled;
+    into.extras.skippedMounts += from.extras.skippedMounts;
+}
+
+// Starts the helpers of a walk; as many as the system gives, up to `count`.
+std::vector<std::thread> startHelpers(Shared &shared, std::vector<std::unique_ptr<Walker>> &helpers, int count)
+{
+    std::vector<std::thread> threads;
+    for (int i = 0; i < count; ++i) {
+        auto helper = std::make_unique<Walker>(shared, false);
+        {
+            const std::lock_guard lock(shared.mutex);
+            ++shared.threads;
+        }
+        try {
+            threads.emplace_back([walker = helper.get()] { walker->work(); });
+            helpers.push_back(std::move(helper));
+        } catch (const std::system_error &) {
+            const std::lock_guard lock(shared.mutex);
+            --shared.threads;
+            break;
+        }
+    }
+    return threads;
 }
 
 } // namespace
@@ -366,8 +505,33 @@ void Walker::reportProgress(bool force)
 RBFolderSizeWalkResult walkFolderSizes(const QByteArray &path, const RBFolderSizeWalkOptions &options,
                                        const std::atomic<bool> *cancel)
 {
-    Walker walker(options, cancel);
-    return walker.run(path);
+    Shared shared(options, cancel);
+    shared.mounts = platform::MountTable::snapshot();
+    Walker walker(shared, true);
+    std::vector<std::unique_ptr<Walker>> helpers;
+    std::vector<std::thread> threads;
+    if (walker.start(path)) {
+        threads = startHelpers(shared, helpers, std::min(options.threads, 64) - 1);
+        if (!walker.drain()) {
+            const std::lock_guard lock(shared.mutex);
+            shared.stopped.store(true, std::memory_order_relaxed);
+            shared.wake.notify_all();
+        } else if (!threads.empty()) {
+            walker.work();
+        }
+    }
+    for (std::thread &thread : threads)
+        thread.join();
+    RBFolderSizeWalkResult &result = walker.result();
+    for (const auto &helper : helpers)
+        merge(result, helper->result());
+    RBSizeRecord &record = result.record;
+    record[kRBSizeTotal] = record[kRBSizeDataFork] + record[kRBSizeResourceFork];
+    record[kRBSizePhysicalTotal] = record[kRBSizeDataForkPhysical] + record[kRBSizeResourceForkPhysical];
+    record[kRBSizeContainedItems] = record[kRBSizeFiles] + record[kRBSizeFolders];
+    if (options.progress && result.found)
+        options.progress(RBFolderSizeProgress{record[kRBSizeContainedItems], record[kRBSizeDataFork]});
+    return result;
 }
 
 } // namespace rk

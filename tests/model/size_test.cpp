@@ -231,6 +231,17 @@ TEST_F(SizeTree, WalkAgreesWithFindAndDu)
     EXPECT_EQ(walk.extras.diskUsage, shellNumber("du -s -B1 " + q + " | cut -f1"));
     EXPECT_EQ(walk.extras.apparentSize, shellNumber("du -s -b " + q + " | cut -f1"));
     EXPECT_FALSE(walk.extras.cancelled);
+
+    // Helper threads give the same figures.
+    for (int threads : {2, 3}) {
+        RBFolderSizeWalkOptions options;
+        options.threads = threads;
+        const auto parallel = walkFolderSizes(QByteArray::fromStdString(root), options, nullptr);
+        EXPECT_EQ(parallel.record.counters, r.counters) << threads;
+        EXPECT_EQ(std::make_tuple(parallel.extras.diskUsage, parallel.extras.apparentSize, parallel.extras.entries),
+                  std::make_tuple(walk.extras.diskUsage, walk.extras.apparentSize, walk.extras.entries))
+            << threads;
+    }
 }
 
 TEST_F(SizeTree, FolderObjectCachesItsWalkAndTheSizeText)
@@ -351,6 +362,43 @@ TEST(FolderWalk, CancelFromAnotherThreadStopsTheWalk)
     EXPECT_TRUE(cancelled || size->containedItemCount() == 2040U);
     EXPECT_TRUE(size->containedItemCount() == 2040U || cancelled);
     EXPECT_TRUE(folder->folderSizeCalulationCancelled());
+}
+
+TEST(FolderWalk, TwoThreadsAgreeAndStopTogether)
+{
+    QTemporaryDir dir;
+    const std::string root = dir.path().toStdString();
+    uint64_t files = 0;
+    for (int i = 0; i < 30; ++i) {
+        std::string folder = root + "/d" + std::to_string(i);
+        ASSERT_EQ(mkdir(folder.c_str(), 0755), 0);
+        for (int depth = 0; depth < i % 4; ++depth) {
+            folder += "/n";
+            ASSERT_EQ(mkdir(folder.c_str(), 0755), 0);
+        }
+        for (int j = 0; j < 40; ++j, ++files)
+            std::ofstream(folder + "/f" + std::to_string(j)) << std::string(static_cast<size_t>(j), 'z');
+    }
+    RBFolderSizeWalkOptions two;
+    two.threads = 2;
+    const auto one = walkFolderSizes(QByteArray::fromStdString(root), {}, nullptr);
+    const auto both = walkFolderSizes(QByteArray::fromStdString(root), two, nullptr);
+    EXPECT_EQ(both.record.counters, one.record.counters);
+    EXPECT_EQ(both.record[kRBSizeFiles], files);
+    EXPECT_EQ(both.extras.diskUsage, shellNumber("du -s -B1 '" + root + "' | cut -f1"));
+
+    std::atomic<bool> cancel{false};
+    std::atomic<bool> started{false};
+    two.progressInterval = std::chrono::milliseconds(0);
+    two.progress = [&started](const RBFolderSizeProgress &) { started.store(true); };
+    RBFolderSizeWalkResult stopped;
+    std::thread walker([&] { stopped = walkFolderSizes(QByteArray::fromStdString(root), two, &cancel); });
+    while (!started.load())
+        std::this_thread::yield();
+    cancel.store(true);
+    walker.join();
+    EXPECT_TRUE(stopped.extras.cancelled || stopped.record.counters == one.record.counters);
+    EXPECT_LE(stopped.record[kRBSizeContainedItems], one.record[kRBSizeContainedItems]);
 }
 
 TEST(FolderWalk, ProgressIsReportedAndMissingPathsAreNotFound)

@@ -153,6 +153,8 @@ out=$("$rkcore" du "/nonexistent-$$" 2>/dev/null); status=$?
 if [ $status -eq 1 ] && [ -z "$out" ]; then passes=$((passes + 1)); else fail "rkcore du of a missing path: $status '$out'"; fi
 expect_usage_error du
 expect_usage_error du --bytes /etc
+expect_usage_error du --threads 0 /etc
+expect_line "^$(du -s -B1 /etc | cut -f1)	/etc\$" du --threads 2 /etc
 expect_usage_error type
 data=$(mktemp -d)
 mkdir "$data/Ravix"

@@ -28,7 +28,7 @@ std::span<const Command> commands()
                 keychainCommand},
         Command{"hotkey", "listen [--count N] COMBO... | show KEYCODE MODIFIERS",
                 "system-wide hot keys such as ctrl+shift+F1: print each press, or show a combination", hotkeyCommand},
-        Command{"du", "[--apparent] [--one-file-system] PATH...",
+        Command{"du", "[--apparent] [--one-file-system] [--threads N] PATH...",
                 "bytes on disk of each path as du -s -B1 counts them (--apparent: as du -s -b does)", duCommand},
         Command{"type", "NAME...", "each name's type code from the data types file: 0 unknown, 1 image, 2 text",
                 typeCommand},

@@ -16,11 +16,18 @@ int duCommand(const QStringList &arguments)
     bool apparent = false;
     bool oneFileSystem = false;
     QStringList paths;
-    if (!splitArguments("du", arguments, {{"--apparent", &apparent}, {"--one-file-system", &oneFileSystem}}, paths))
+    QString threads = QStringLiteral("1");
+    if (!splitArguments("du", arguments, {{"--apparent", &apparent}, {"--one-file-system", &oneFileSystem}}, paths,
+                        {{"--threads", &threads}}))
         return kExitUsage;
+    bool threadsOk = false;
+    const int threadCount = threads.toInt(&threadsOk);
+    if (!threadsOk || threadCount < 1 || threadCount > 64)
+        return usageError(QStringLiteral("du: --threads takes a number from 1 to 64, not %1").arg(threads));
     if (paths.isEmpty()) return usageError(QStringLiteral("du: no path given"));
     rk::RBFolderSizeWalkOptions options;
     options.oneFileSystem = oneFileSystem;
+    options.threads = threadCount;
     options.readAttributes = false; // du's figures need one status per entry, nothing more
     int status = 0;
     for (const QString &path : paths) {
