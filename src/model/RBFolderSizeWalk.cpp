@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <condition_variable>
+#include <cstdlib>
 #include <cstring>
 #include <deque>
 #include <memory>
@@ -244,6 +245,11 @@ bool Walker::start(const QByteArray &top)
         path_.pop_back();
     struct stat status {};
     if (path_.empty() || stat(path_.c_str(), &status) != 0) return false;
+    if (path_.front() != '/') {
+        // Absolute, so that mount points are recognised in the mount table.
+        const std::unique_ptr<char, decltype(&std::free)> folder(getcwd(nullptr, 0), &std::free);
+        if (folder) path_ = std::string(folder.get()) + (std::strcmp(folder.get(), "/") == 0 ? "" : "/") + path_;
+    }
     result_.found = true;
     shared_.topDevice = status.st_dev;
     result_.extras.entries = 1;
