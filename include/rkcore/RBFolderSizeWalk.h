@@ -21,10 +21,13 @@
 // systems that do not answer within a few seconds, and automount points that
 // are not mounted, are skipped (counted as folders, not entered) and reported.
 //
-// Memory: one open folder and its path per level of depth, plus one entry for
-// each hard-linked file met (to count it once). Nothing else per entry. Trees
-// deeper than the process's open-file limit allows have their deepest folders
-// counted but not entered (reported in unreadableFolders).
+// Memory: one folder and its path per level of depth, plus one entry for each
+// hard-linked file met (to count it once); nothing else per entry. At most 128
+// folders per thread stay open: deeper ones are read whole and closed, and
+// their entries reached relative to an open folder above them, so trees of any
+// depth are walked whole. Where a path is longer than PATH_MAX, the Finder
+// information, resource forks and ".hidden" files (read by whole path) are
+// not read.
 //
 // Thread: the walk runs on the calling thread (and on helper threads when
 // options.threads > 1, all joined before it returns); `cancel` may be set

@@ -46,6 +46,13 @@ constexpr long kListXattrAt = SYS_listxattrat;
 constexpr long kListXattrAt = 465;
 #endif
 
+// Folders a walker keeps open; deeper ones are read whole and closed at once,
+// their entries reached by paths relative to an open folder above them (one
+// is kept open every kRelativeLimit bytes of path), so that no tree is too
+// deep for the process's descriptors or for a path's length.
+constexpr size_t kMaxOpenFolders = 128;
+constexpr size_t kRelativeLimit = 2048;
+
 // Entries between two looks at the clock for the progress callback.
 constexpr uint64_t kProgressStride = 1024;
 
@@ -116,10 +123,16 @@ struct InodeHash {
     }
 };
 
-// One open folder of the walk.
+// One folder of the walk: read as it goes (`dir`), or, beyond the
+// kMaxOpenFolders deepest, read whole into `entries` and closed, unless it is
+// kept open (`held`) for the entries below it.
 struct Frame {
     DIR *dir = nullptr;
-    int fd = -1;
+    DIR *held = nullptr;
+    int fd = -1;                                                // open while `dir` or `held` is
+    std::vector<std::pair<std::string, unsigned char>> entries; // name and type, when read whole
+    size_t next = 0;
+    size_t anchor = 0;     // index of the frame whose descriptor the entries' paths are relative to
     size_t pathLength = 0; // of the walker's path buffer for this folder
     dev_t device = 0;
     QSet<QByteArray> hiddenNames;
@@ -160,6 +173,14 @@ struct Shared {
     std::atomic<uint64_t> bytes{0};
 };
 
+void closeFrame(Frame &frame)
+{
+    if (frame.dir != nullptr) closedir(frame.dir);
+    if (frame.held != nullptr) closedir(frame.held);
+    frame.dir = frame.held = nullptr;
+    frame.fd = -1;
+}
+
 class Walker {
 public:
     Walker(Shared &shared, bool reportsProgress) : shared_(shared), options_(shared.options), reports_(reportsProgress)
@@ -168,7 +189,7 @@ public:
     ~Walker()
     {
         for (Frame &frame : stack_)
-            closedir(frame.dir);
+            closeFrame(frame);
     }
     Walker(const Walker &) = delete;
     Walker &operator=(const Walker &) = delete;
@@ -191,7 +212,7 @@ private:
     void visitEntry(const Frame &frame, const char *name, unsigned char type);
     void visitFolderEntry(const Frame &frame, const char *name, const struct stat &status);
     void visitOther(const Frame &frame, const char *name, const struct stat &status);
-    AttributeNames attributeNames(int folder, const char *name);
+    AttributeNames attributeNames();
     bool isInvisible(const Frame &frame, const char *name, bool finderInfo, bool followLinks) const;
     bool skipMount();
     void publishProgress();
@@ -202,6 +223,10 @@ private:
     RBFolderSizeWalkResult result_;
     std::vector<Frame> stack_;
     std::string path_;
+    // The current entry for system calls: a folder descriptor and a path
+    // relative to it (the name itself in an open folder).
+    int at_ = -1;
+    const char *relative_ = nullptr;
     bool haveListXattrAt_ = true;
     uint64_t publishedItems_ = 0;
     uint64_t publishedBytes_ = 0;
@@ -229,9 +254,24 @@ bool Walker::pushFolder(int fd, dev_t device)
         return false;
     }
     Frame frame;
-    frame.dir = dir;
-    frame.fd = fd;
     frame.pathLength = path_.size();
+    frame.fd = fd;
+    frame.anchor = stack_.size();
+    if (stack_.size() < kMaxOpenFolders) {
+        frame.dir = dir;
+    } else {
+        while (const dirent *entry = readdir(dir))
+            frame.entries.emplace_back(entry->d_name, entry->d_type);
+        const Frame &parent = stack_.back();
+        const size_t parentAnchor = parent.fd >= 0 ? stack_.size() - 1 : parent.anchor;
+        if (path_.size() - stack_[parentAnchor].pathLength > kRelativeLimit) {
+            frame.held = dir;
+        } else {
+            closedir(dir);
+            frame.fd = -1;
+            frame.anchor = parentAnchor;
+        }
+    }
     frame.device = device;
     if (options_.readAttributes) frame.hiddenNames = platform::readHiddenNames(QByteArray::fromStdString(path_));
     stack_.push_back(std::move(frame));
@@ -346,20 +386,38 @@ void Walker::publishProgress()
 bool Walker::visitNext()
 {
     Frame &frame = stack_.back();
-    const dirent *entry = readdir(frame.dir);
-    if (entry == nullptr) {
-        closedir(frame.dir);
+    const char *name = nullptr;
+    unsigned char type = DT_UNKNOWN;
+    if (frame.dir != nullptr) {
+        if (const dirent *entry = readdir(frame.dir)) {
+            name = entry->d_name;
+            type = entry->d_type;
+        }
+    } else if (frame.next < frame.entries.size()) {
+        name = frame.entries[frame.next].first.c_str();
+        type = frame.entries[frame.next].second;
+        ++frame.next;
+    }
+    if (name == nullptr) {
+        closeFrame(frame);
         stack_.pop_back();
         if (!stack_.empty()) path_.resize(stack_.back().pathLength);
         return false;
     }
-    const char *name = entry->d_name;
     if (name[0] == '.' && (name[1] == '\0' || (name[1] == '.' && name[2] == '\0'))) return false;
     ++result_.extras.entries;
     path_.resize(frame.pathLength);
     path_ += '/';
     path_ += name;
-    visitEntry(frame, name, entry->d_type);
+    if (frame.fd >= 0) {
+        at_ = frame.fd;
+        relative_ = name;
+    } else {
+        const Frame &anchor = stack_[frame.anchor];
+        at_ = anchor.fd;
+        relative_ = path_.c_str() + anchor.pathLength + 1;
+    }
+    visitEntry(frame, name, type);
     return true;
 }
 
@@ -370,7 +428,7 @@ void Walker::visitEntry(const Frame &frame, const char *name, unsigned char type
         return;
     }
     struct stat status {};
-    if (fstatat(frame.fd, name, &status, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT) != 0) {
+    if (fstatat(at_, relative_, &status, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT) != 0) {
         // Vanished, or not examinable: still an item, with nothing to add.
         ++result_.record[kRBSizeFiles];
         return;
@@ -401,12 +459,13 @@ void Walker::visitFolderEntry(const Frame &frame, const char *name, const struct
     RBSizeRecord &record = result_.record;
     ++record[kRBSizeFolders];
     if (options_.readAttributes) {
-        const AttributeNames names = attributeNames(frame.fd, name);
+        const AttributeNames names = attributeNames();
         if (isInvisible(frame, name, names.finderInfo, false)) ++record[kRBSizeHidden];
     }
     if (options_.oneFileSystem && status.st_dev != shared_.topDevice) return;
-    if (shared_.threads > 1 && offer(status)) return;
-    const int fd = openat(frame.fd, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    // A helper opens what it is offered by its whole path: only short ones.
+    if (shared_.threads > 1 && path_.size() < kRelativeLimit && offer(status)) return;
+    const int fd = openat(at_, relative_, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     if (fd < 0 || !pushFolder(fd, status.st_dev)) ++result_.extras.unreadableFolders;
 }
 
@@ -417,7 +476,7 @@ void Walker::visitOther(const Frame &frame, const char *name, const struct stat 
     if (S_ISLNK(status.st_mode)) {
         // Only a link whose target can be examined has an item to measure.
         struct stat target {};
-        if (fstatat(frame.fd, name, &target, 0) != 0) return;
+        if (fstatat(at_, relative_, &target, 0) != 0) return;
         record[kRBSizeDataFork] += static_cast<uint64_t>(status.st_size);
         if (options_.readAttributes && isInvisible(frame, name, true, true)) ++record[kRBSizeHidden];
         return;
@@ -425,7 +484,7 @@ void Walker::visitOther(const Frame &frame, const char *name, const struct stat 
     uint64_t fork = 0;
     bool invisible = false;
     if (options_.readAttributes) {
-        const AttributeNames names = attributeNames(frame.fd, name);
+        const AttributeNames names = attributeNames();
         if (names.resourceFork) {
             const ssize_t length = lgetxattr(path_.c_str(), kResourceForkAttribute, nullptr, 0);
             if (length < 0 && errno == ENOENT) return; // vanished since its status was read
@@ -441,11 +500,12 @@ void Walker::visitOther(const Frame &frame, const char *name, const struct stat 
     if (invisible) ++record[kRBSizeHidden];
 }
 
-AttributeNames Walker::attributeNames(int folder, const char *name)
+AttributeNames Walker::attributeNames()
 {
     ssize_t length = -1;
     if (haveListXattrAt_) {
-        length = syscall(kListXattrAt, folder, name, AT_SYMLINK_NOFOLLOW, attributeList_.data(), attributeList_.size());
+        length =
+            syscall(kListXattrAt, at_, relative_, AT_SYMLINK_NOFOLLOW, attributeList_.data(), attributeList_.size());
         if (length < 0 && (errno == ENOSYS || errno == EPERM)) haveListXattrAt_ = false;
     }
     if (!haveListXattrAt_) length = llistxattr(path_.c_str(), attributeList_.data(), attributeList_.size());

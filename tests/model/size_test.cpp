@@ -19,6 +19,7 @@
 #include <string>
 #include <thread>
 
+#include <fcntl.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
@@ -399,6 +400,37 @@ TEST(FolderWalk, TwoThreadsAgreeAndStopTogether)
     walker.join();
     EXPECT_TRUE(stopped.extras.cancelled || stopped.record.counters == one.record.counters);
     EXPECT_LE(stopped.record[kRBSizeContainedItems], one.record[kRBSizeContainedItems]);
+}
+
+TEST(FolderWalk, TreesDeeperThanDescriptorsAndPathLengthsAreWalkedWhole)
+{
+    QTemporaryDir dir;
+    const std::string root = dir.path().toStdString();
+    int folder = open(root.c_str(), O_RDONLY | O_DIRECTORY);
+    ASSERT_GE(folder, 0);
+    for (int depth = 0; depth < 1600; ++depth) { // paths of about 4,800 bytes: more than PATH_MAX
+        ASSERT_EQ(mkdirat(folder, "dd", 0755), 0);
+        const int child = openat(folder, "dd", O_RDONLY | O_DIRECTORY);
+        close(folder);
+        ASSERT_GE(child, 0);
+        folder = child;
+        const int file = openat(folder, "f", O_CREAT | O_WRONLY, 0644);
+        ASSERT_EQ(write(file, "abc", 3), 3);
+        close(file);
+    }
+    close(folder);
+    for (int threads : {1, 2}) {
+        RBFolderSizeWalkOptions options;
+        options.threads = threads;
+        const auto walk = walkFolderSizes(QByteArray::fromStdString(root), options, nullptr);
+        EXPECT_EQ(walk.record[kRBSizeFolders], 1600U) << threads;
+        EXPECT_EQ(walk.record[kRBSizeFiles], 1600U) << threads;
+        EXPECT_EQ(walk.record[kRBSizeDataFork], 4800U) << threads;
+        EXPECT_EQ(walk.extras.unreadableFolders, 0U) << threads;
+        EXPECT_EQ(walk.extras.diskUsage, shellNumber("du -s -B1 '" + root + "' | cut -f1")) << threads;
+    }
+    // QTemporaryDir cannot remove paths this long.
+    EXPECT_EQ(std::system(("rm -rf '" + root + "/dd'").c_str()), 0);
 }
 
 TEST(FolderWalk, ProgressIsReportedAndMissingPathsAreNotFound)
