@@ -33,6 +33,7 @@ echo "run-all: building (release)" >&2
 cmake --preset release >/dev/null
 cmake --build --preset release -j "$(nproc)" --target rkcore-list-folder rkcore-make-listing-folder \
     rkcore-floor-listing rkcore-gio-listing rkcore-qt-listing rkcore-url-rpf rkcore-url-glib rkcore-url-qt \
-    rkcore-url-curl rkcore-object-folder >/dev/null
+    rkcore-url-curl rkcore-object-folder rkcore-make-size-tree rkcore-size-walk rkcore-floor-walk \
+    rkcore-tool >/dev/null
 
 exec python3 "$root/bench/run_all.py" --bin "$root/build/bin" "$@"

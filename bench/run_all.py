@@ -209,6 +209,60 @@ def print_objects(results, empty_rss, sort_size, fields):
     print()
 
 
+def measure_size_walk(bin_dir, rounds):
+    """sizeObject of a 200,000-entry tree's top folder (one thread, hidden counts included) beside the
+    floor walk and du -s, taken in turn in each round; the rkcore du tool beside du -s and
+    du -s --apparent-size; 100,000 type lookups."""
+    tree = "/tmp/rkcore-bench-sizetree"
+    subprocess.run([f"{bin_dir}/rkcore-make-size-tree", tree, "200000"], check=True, stdout=subprocess.DEVNULL)
+    programs = {
+        "sizeObject": [f"{bin_dir}/rkcore-size-walk", tree],
+        "sizeObject, 2 threads": [f"{bin_dir}/rkcore-size-walk", "--threads", "2", tree],
+        "floor": [f"{bin_dir}/rkcore-floor-walk", tree],
+        "du -s": ["du", "-s", tree],
+        "rkcore du": [f"{bin_dir}/rkcore", "du", tree],
+        "du -s --apparent-size": ["du", "-s", "--apparent-size", tree],
+        "rkcore du --apparent": [f"{bin_dir}/rkcore", "du", "--apparent", tree],
+    }
+    for command in programs.values():  # warm the caches
+        run(command)
+    results = {}
+    for _ in range(rounds):
+        for name, command in programs.items():
+            results.setdefault(name, []).append(run(command))
+    types, _, _ = run([f"{bin_dir}/rkcore-size-walk", "--types", "100000"])
+    return results, types
+
+
+def print_size_walk(results, types):
+    ours = results["sizeObject"]
+    entries = ours[0][0]["entries"]
+    print(f"The size walk: sizeObject of a tree's top folder ({entries:,.0f} entries), one thread, hidden counts "
+          "included")
+    print(f"{'':>9}  {'peer':<22} {'ratio median (min-max)':<24} {'rounds':>6} {'peer us/entry':>14}  target")
+    floor = [f["walk_us"] for f, _, _ in results["floor"]]
+    walk = [f["walk_us"] for f, _, _ in ours]
+    ratios = [a / b for a, b in zip(walk, floor)]
+    print(f"{'':>9}  {'floor (walk time)':<22} {spread(ratios):<24} {len(ratios):>6} "
+          f"{statistics.median(floor) / entries:>14.3f}  {verdict(statistics.median(ratios), 1.5)}")
+    for ours_name, peer in (("sizeObject", "du -s"), ("sizeObject, 2 threads", "du -s"), ("rkcore du", "du -s"),
+                            ("rkcore du --apparent", "du -s --apparent-size")):
+        mine = [wall for _, wall, _ in results[ours_name]]
+        theirs = [wall for _, wall, _ in results[peer]]
+        ratios = [a / b for a, b in zip(mine, theirs)]
+        label = {"sizeObject": "du -s (whole process)", "sizeObject, 2 threads": "du -s (2 threads)",
+                 "rkcore du": "du -s (rkcore du)", "rkcore du --apparent": "du --apparent-size"}[ours_name]
+        print(f"{'':>9}  {label:<22} {spread(ratios):<24} {len(ratios):>6} "
+              f"{statistics.median(theirs) / entries:>14.3f}  "
+              f"{verdict(statistics.median(ratios), 1.0) if ours_name == 'sizeObject, 2 threads' else ''}")
+    growth = max(f["walk_rss_growth_kb"] for f, _, _ in ours)
+    print(f"{'':>9}  {'peak memory growth':<22} {growth / 1024:>8.2f} MiB during the walk  "
+          f"{verdict(growth / 1024, 4)}")
+    print(f"{'':>9}  {'typeForFileName':<22} {1e9 / types['ns_per_lookup']:>12,.0f} lookups/s "
+          f"({types['ns_per_lookup']:.0f} ns each, 100,000 lookups)")
+    print()
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--bin", required=True)
@@ -222,13 +276,14 @@ def main():
     listing = measure_listings(options.bin, sizes, rounds)
     urls = measure_urls(options.bin, rounds, 2000 if options.quick else 4000)
     objects = measure_objects(options.bin, sizes, rounds)
+    size_walk = measure_size_walk(options.bin, rounds)
     print(f"RKCore benchmarks, {datetime.datetime.now():%Y-%m-%d %H:%M}, {os.cpu_count()} cores, "
           f"{os.uname().release}; programs in turn, warm caches, {rounds} rounds")
     print()
     print_listings(*listing, sizes)
     print_urls(*urls)
     print_objects(*objects)
-    print("The size walk: no rows yet (that layer is not built).")
+    print_size_walk(*size_walk)
     print(f"({time.time() - started:.0f} s)")
 
 

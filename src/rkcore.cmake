@@ -19,6 +19,10 @@ add_library(rkcore
   model/RBFileSystemObject+Filtering.cpp
   model/RBFileSystemObject+Icons.cpp
   model/RBFileSystemObject+Identification.cpp
+  model/RBFileSystemObject+Size.cpp
+  model/RBFileSystemObjectSize.cpp
+  model/RBFolderSizeWalk.cpp
+  model/RKFileTypeIdentifier.cpp
   model/RBKeychain.cpp
   model/RBPermission.cpp
   model/RBURL.cpp

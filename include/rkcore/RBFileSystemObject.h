@@ -49,6 +49,7 @@
 #include <sys/stat.h>
 
 #include <rkcore/Conventions.h>
+#include <rkcore/RBFolderSizeWalk.h>
 #include <rkcore/rpf_fso.h>
 
 namespace rk {
@@ -57,6 +58,7 @@ class RBPermission;
 class RBURL;
 class RBFileSystemObject;
 class RBFileSystemObjectPrivate;
+class RBFileSystemObjectSize;
 
 using RBFileSystemObjectList = QList<std::shared_ptr<RBFileSystemObject>>;
 
@@ -348,6 +350,45 @@ public:
     int32_t _sortByDate(const RBFileSystemObject &other) const;
     int32_t _sortByName(const RBFileSystemObject &other) const;
     int32_t _sortBySize(const RBFileSystemObject &other) const;
+
+    // ---- sizes ----
+
+    // The item's sizes, cached once made (never for a volume):
+    //   - remote: the record's size (a signed 32-bit value widened with its
+    //     sign) as data fork and total; a folder adds its file and sub-folder
+    //     counts;
+    //   - local file, alias, link or single-file application: getLocalFileSize;
+    //   - volume: getVolumeInformation, read afresh on every call;
+    //   - folder, package, bundle application: a walk of every descendant
+    //     (rkcore/RBFolderSizeWalk.h). A walk stopped by
+    //     cancelFolderSizeCalulation is cached with its partial sums; its
+    //     walkExtras() say so.
+    // nullptr (nothing cached) when a local item's size cannot be read.
+    // The walk runs on the calling thread, which may be any one thread at a
+    // time; `options` apply to a walk only (extras beyond the counters).
+    std::shared_ptr<RBFileSystemObjectSize> sizeObject() const;
+    std::shared_ptr<RBFileSystemObjectSize> sizeObject(const RBFolderSizeWalkOptions &options) const;
+    // A new record: a link's own length (counters 0 and 5); otherwise the data
+    // fork (st_size, st_blocks * 512) and resource fork (counters 0-3, 5).
+    // nullptr with "getLocalFileSize : FSRef was null" when the item cannot be
+    // examined, "getLocalFileSize : Error Getting info" when its resource fork
+    // cannot be read.
+    std::unique_ptr<RBSizeRecord> getLocalFileSize() const;
+    // A new record of the volume holding the item (statvfs): capacity
+    // (counter 5), available bytes (4), used inodes as the file count (9 and
+    // 7; the folder count 8 is 0), as 32-bit counts. nullptr with
+    // "getLocalFileSize : FSRef was null" when the item cannot be examined,
+    // silently when the volume cannot be read.
+    std::unique_ptr<RBSizeRecord> getVolumeInformation() const;
+    // The size column's text: a volume's used space, else the total size in
+    // units. Made once and never refreshed; null without a size object.
+    QString totalSizeFormattedAsString() const;
+    // Forgets the size object (the size text stays).
+    void invalidateCachedSize();
+    // Asks a running walk to stop (any thread, async-signal-safe). The request
+    // is never withdrawn: later walks of this object stop after one entry.
+    void cancelFolderSizeCalulation();
+    bool folderSizeCalulationCancelled() const;
 
     RBFileSystemObject(Tag, rpf_fso *record);
     ~RBFileSystemObject();

@@ -69,10 +69,18 @@ std::optional<QVariant> toVariant(plist_t node, int depth)
     switch (plist_get_node_type(node)) {
     case PLIST_DICT: return dictToVariant(node, depth);
     case PLIST_ARRAY: return arrayToVariant(node, depth);
-    case PLIST_STRING:
+    case PLIST_STRING: {
+        // The string's own length: libplist's copying getter asserts when the
+        // text holds a NUL byte, which a damaged document can give it.
+        uint64_t length = 0;
+        const char *text = plist_get_string_ptr(node, &length);
+        if (text == nullptr || length > static_cast<uint64_t>(std::numeric_limits<qsizetype>::max()))
+            return QVariant(QStringLiteral(""));
+        return QVariant(QString::fromUtf8(text, static_cast<qsizetype>(length)));
+    }
     case PLIST_KEY: {
         char *raw = nullptr;
-        plist_get_string_val(node, &raw);
+        plist_get_key_val(node, &raw);
         const Malloced<char> text(raw);
         return QVariant(QString::fromUtf8(text ? text.get() : ""));
     }

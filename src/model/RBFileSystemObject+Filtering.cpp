@@ -2,6 +2,7 @@
 // into the visible list, and sorted on one of four attributes. And the name
 // functions a browser uses to decide what to hide.
 #include <rkcore/RBFileSystemObject.h>
+#include <rkcore/RBFileSystemObjectSize.h>
 
 #include "../platform/MountTable_p.h"
 #include "RBFileSystemObject_p.h"
@@ -17,13 +18,10 @@
 
 #include <regex.h>
 #include <sys/stat.h>
-#include <sys/xattr.h>
 
 namespace rk {
 
 namespace {
-
-constexpr const char *kResourceForkAttribute = "user.com.apple.ResourceFork";
 
 // The list that readers and the sort work on.
 RBFileSystemObjectList &listInForce(RBFileSystemObjectPrivate &state)
@@ -76,29 +74,13 @@ void appendFoldedName(std::u16string &arena, const RBFileSystemObject &object, c
     }
 }
 
-// The total size the size column shows for an item that is not a folder: the
-// data fork (a link's own length) and the resource fork, in bytes; a remote
-// item's size from its record. 0 when it cannot be read.
-uint64_t totalSizeOf(const RBFileSystemObject &object)
+// The size a size sort compares: 0 for a folder (never measured), else the
+// total size of the item's size object (0 when it has none).
+uint64_t sortSizeOf(const RBFileSystemObject &object)
 {
-    const rpf_fso *record = object.cstruct();
-    if (record == nullptr) return 0;
-    if (!object.isLocal()) return static_cast<uint64_t>(static_cast<int64_t>(record->size));
-    const QByteArray path = pathBytes(object.completePath());
-    const bool ownEntry = object.isLink();
-    struct stat status {};
-    if ((ownEntry ? lstat(path.constData(), &status) : stat(path.constData(), &status)) != 0) return 0;
-    const ssize_t fork = ownEntry ? lgetxattr(path.constData(), kResourceForkAttribute, nullptr, 0)
-                                  : getxattr(path.constData(), kResourceForkAttribute, nullptr, 0);
-    return static_cast<uint64_t>(status.st_size) + (fork > 0 ? static_cast<uint64_t>(fork) : 0U);
-}
-
-uint64_t sortSizeOf(const RBFileSystemObject &object, std::optional<uint64_t> &cache)
-{
-    // Folders count as 0 and are never measured.
     if (object.isFolder()) return 0;
-    if (!cache) cache = totalSizeOf(object);
-    return *cache;
+    const auto size = object.sizeObject();
+    return size ? size->totalSize() : 0;
 }
 
 // Sorts (key, position) pairs by key, stable: the position breaks ties, which
@@ -298,10 +280,9 @@ void RBFileSystemObject::setSortsByAttribute(int32_t attribute, int32_t order)
         if (level == 0)
             __builtin_prefetch(&item);
         else if (level == 1) {
-            // The lines that hold the size used for sorting, the record
-            // pointer and the kind.
-            __builtin_prefetch(item.d.get());
+            // The lines that hold the record pointer, the kind and the size.
             __builtin_prefetch(&item.d->_fso_struct);
+            __builtin_prefetch(&item.d->cachedSizeObject);
             __builtin_prefetch(&item.d->myItemsType);
         } else
             __builtin_prefetch(item.d->_fso_struct);
@@ -336,7 +317,8 @@ void RBFileSystemObject::setSortsByAttribute(int32_t attribute, int32_t order)
                     record != nullptr && (record->type == RPF_FSO_TYPE_DIRECTORY ||
                                           (record->locality == RPF_FSO_LOCAL && state.myItemsType == kRBKindFolder));
                 if (folder) return uint64_t{0};
-                return state.sortSize ? *state.sortSize : *(state.sortSize = totalSizeOf(item));
+                if (state.cachedSizeObject) return state.cachedSizeObject->totalSize();
+                return sortSizeOf(item);
             },
             std::less<>(), prefetch);
         break;
@@ -379,7 +361,7 @@ int32_t RBFileSystemObject::_sortByName(const RBFileSystemObject &other) const
 
 int32_t RBFileSystemObject::_sortBySize(const RBFileSystemObject &other) const
 {
-    return compareValues(sortSizeOf(*this, d->sortSize), sortSizeOf(other, other.d->sortSize));
+    return compareValues(sortSizeOf(*this), sortSizeOf(other));
 }
 
 // ---- name functions ----

@@ -1,5 +1,6 @@
 // Private state of RBFileSystemObject, shared by the files that implement it
-// (RBFileSystemObject.cpp and its +Identification, +Icons, +Filtering parts).
+// (RBFileSystemObject.cpp and its +Identification, +Icons, +Filtering, +Size
+// parts).
 #pragma once
 
 #include <rkcore/RBFileSystemObject.h>
@@ -41,9 +42,6 @@ class RBFileSystemObjectPrivate final {
 public:
     // Keeps the records alive; declared first so that it goes last.
     std::shared_ptr<RecordTree> tree;
-    // The total size used for sorting, measured on first use; beside the
-    // record pointer, so that a sort reads one line of this block.
-    mutable std::optional<uint64_t> sortSize;
 
     // The instance variables, in their documented order.
     QString owner;

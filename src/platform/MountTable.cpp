@@ -155,6 +155,12 @@ QByteArray MountTable::mountPointContaining(const QByteArray &path) const
     return QByteArrayLiteral("/");
 }
 
+QByteArray MountTable::fileSystemType(const QByteArray &mountPoint) const
+{
+    const auto found = mounts_.constFind(mountPoint);
+    return found == mounts_.cend() ? QByteArray() : found->fsType;
+}
+
 QString MountTable::volumeName(const QByteArray &mountPoint) const
 {
     const auto found = mounts_.constFind(mountPoint);

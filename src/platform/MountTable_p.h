@@ -56,6 +56,10 @@ public:
     // when `mountPoint` is not a mount point.
     QString volumeName(const QByteArray &mountPoint) const;
 
+    // The file-system type mounted at `mountPoint` ("ext4", "nfs4", "autofs");
+    // empty when it is not a mount point.
+    QByteArray fileSystemType(const QByteArray &mountPoint) const;
+
     // Number of mount points (tests).
     qsizetype size() const { return mounts_.size(); }
 

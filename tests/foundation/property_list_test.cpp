@@ -88,3 +88,20 @@ TEST(PropertyList, RefusesCorruptInputAndValuesWithoutAPlistForm)
 }
 
 } // namespace
+
+TEST(PropertyList, KeepsTheWholeOfAStringHoldingANulByte)
+{
+    // A damaged document: libplist's copying string getter asserts on these.
+    const QByteArray xml("<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\"><array><string>a\0b</string>"
+                         "<string></string></array></plist>",
+                         119);
+    const auto value = plist::fromData(xml);
+    ASSERT_TRUE(value.has_value());
+    const QVariantList list = value->toList();
+    ASSERT_EQ(list.size(), 2);
+    // libplist's XML reader keeps the length but not what follows the NUL.
+    EXPECT_TRUE(list.at(0).toString().startsWith(QLatin1Char('a')));
+    EXPECT_LE(list.at(0).toString().size(), 3);
+    EXPECT_EQ(list.at(1).toString(), QStringLiteral(""));
+    EXPECT_FALSE(list.at(1).toString().isNull());
+}

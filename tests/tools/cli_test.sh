@@ -155,6 +155,48 @@ kill -INT $watcher; wait $watcher; status=$?
 if [ $status -eq 0 ] && [ "$(grep -c " changed $scratch/renamed\$" "$scratch/watch.out")" -eq 1 ]; then
   passes=$((passes + 1)); else fail "rkcore watch: status $status, output: $(cat "$scratch/watch.out")"; fi
 rm -rf "$scratch"
+# Sizes: the Get-Info lines of a file, a folder and a volume; du against du; types.
+sizes="$fixture/sizes"
+mkdir -p "$sizes/sub"
+head -c 1500 /dev/zero > "$sizes/one"
+: > "$sizes/two"
+printf 'sub\n' > "$sizes/.hidden"
+expect_line '^contains: +3 Files\. 1 Folders\. \( 1 hidden \)$' info "$sizes"
+expect_line '^data: +.* on disk\. \( 1,504 bytes \)$' info "$sizes"
+expect_line '^total: +.* on disk\. \( 1,500 bytes \)$' info "$sizes/one"
+expect_line '^resource: +0 on disk\. \( 0 bytes \)$' info "$sizes/one"
+expect_line '^capacity: +[0-9.]+[KMGT]?B$' info /
+expect_line '^used: ' info /
+for path in "$sizes" /etc; do
+  expect_line "^$(du -s -B1 "$path" | cut -f1)	$path\$" du "$path"
+  expect_line "^$(du -s -b "$path" | cut -f1)	$path\$" du --apparent "$path"
+done
+out=$("$rkcore" du "/nonexistent-$$" 2>/dev/null); status=$?
+if [ $status -eq 1 ] && [ -z "$out" ]; then passes=$((passes + 1)); else fail "rkcore du of a missing path: $status '$out'"; fi
+expect_usage_error du
+expect_usage_error du --bytes /etc
+expect_usage_error du --threads 0 /etc
+expect_line "^$(du -s -B1 /etc | cut -f1)	/etc\$" du --threads 2 /etc
+expect_usage_error type
+data=$(mktemp -d)
+mkdir "$data/Ravix"
+out=$(XDG_DATA_HOME=$data "$rkcore" type photo.jpg photo.JPG notes.txt main.m | tr '\t\n' ' |')
+if [ "$out" = "1 photo.jpg|0 photo.JPG|2 notes.txt|0 main.m|" ] && [ -f "$data/Ravix/Data Types.plist" ]; then
+  passes=$((passes + 1)); else fail "rkcore type: '$out'"; fi
+rm -r "$data/Ravix"
+out=$(XDG_DATA_HOME=$data "$rkcore" type photo.jpg)
+if [ "$out" = "0	photo.jpg" ] && [ ! -e "$data/Ravix" ]; then passes=$((passes + 1)); else
+  fail "rkcore type without the Ravix folder: '$out'"; fi
+rm -r "$data"
+# Ctrl-C during a walk: the partial figures, marked, and a normal exit.
+"$rkcore" info /usr > "$fixture/interrupted" 2>/dev/null &
+walker=$!
+sleep 0.2
+kill -INT $walker 2>/dev/null
+wait $walker; status=$?
+if [ $status -eq 0 ] && grep -q '^contains:' "$fixture/interrupted"; then passes=$((passes + 1))
+  grep -q '^size: +partial (interrupted)$' "$fixture/interrupted" || echo "note: the walk of /usr ended before Ctrl-C"
+else fail "rkcore info /usr interrupted: status $status"; sed 's/^/    /' "$fixture/interrupted"; fi
 
 echo "$passes passed, $failures failed"
 [ $failures -eq 0 ]

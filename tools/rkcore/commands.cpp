@@ -17,7 +17,9 @@ std::span<const Command> commands()
                 "--all; --match keeps names matching a case-insensitive extended pattern; --sort orders by "
                 "attribute, smallest or oldest first, except name, which goes Z to A (--reverse turns each round)",
                 lsCommand},
-        Command{"info", "PATH", "one item's attributes: kind, target, permissions, dates, codes, flags, volume",
+        Command{"info", "PATH",
+                "one item's attributes: kind, target, permissions, dates, codes, flags, volume, and the sizes of "
+                "its Get-Info panel (a folder is walked: Ctrl-C stops the walk and prints partial figures)",
                 infoCommand},
         Command{"icon", "PATH OUT.png", "the icon the item shows (badges included), as a 128 x 128 PNG", iconCommand,
                 true},
@@ -31,6 +33,10 @@ std::span<const Command> commands()
         Command{"alias", "make PATH OUT | resolve FILE", "write an alias record of an item; print where one resolves",
                 aliasCommand},
         Command{"labels", "", "the eight Finder labels with their colours", labelsCommand},
+        Command{"du", "[--apparent] [--one-file-system] [--threads N] PATH...",
+                "bytes on disk of each path as du -s -B1 counts them (--apparent: as du -s -b does)", duCommand},
+        Command{"type", "NAME...", "each name's type code from the data types file: 0 unknown, 1 image, 2 text",
+                typeCommand},
     };
     return table;
 }

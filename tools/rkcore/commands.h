@@ -5,6 +5,10 @@
 
 #include <span>
 
+namespace rk {
+class RBFileSystemObject;
+}
+
 namespace rkcli {
 
 // Runs a command with the arguments after its name; returns the exit status.
@@ -33,5 +37,9 @@ int hotkeyCommand(const QStringList &arguments);
 int watchCommand(const QStringList &arguments);
 int aliasCommand(const QStringList &arguments);
 int labelsCommand(const QStringList &arguments);
+int duCommand(const QStringList &arguments);
+// The size lines of rkcore info (size_lines.cpp).
+void printSizeLines(rk::RBFileSystemObject &object);
+int typeCommand(const QStringList &arguments);
 
 } // namespace rkcli

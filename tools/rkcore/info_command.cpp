@@ -107,6 +107,7 @@ int infoCommand(const QStringList &arguments)
     printField(QStringLiteral("volume"), orDash(object->volumeName()));
     printField(QStringLiteral("version"), orDash(object->versionString()));
     printField(QStringLiteral("url"), orDash(object->url()));
+    printSizeLines(*object);
     return 0;
 }
 
