@@ -1,0 +1,39 @@
+// The running processes as /proc shows them: the walk in process-id order, a
+// process's state and its name. Each call reads /proc afresh, so a process
+// that ends between two calls simply stops being found; nothing is cached.
+//
+// A process counts as running while /proc/PID/stat can be read and its state
+// is neither zombie ('Z') nor dead ('X'): a child that has ended but not yet
+// been waited for no longer runs.
+//
+// Thread: any (no shared state).
+#pragma once
+
+#include <QString>
+
+#include <optional>
+#include <sys/types.h>
+
+namespace rk::platform {
+
+// The smallest running process id greater than `after` (0: the first); none at
+// the end of the table or when /proc cannot be read.
+std::optional<pid_t> nextProcessId(pid_t after);
+
+// Whether process `pid` is running (see above); false for pid <= 0.
+bool processIsRunning(pid_t pid);
+
+// The process's name: the last path component of argv[0] (/proc/PID/cmdline),
+// else the kernel's name (/proc/PID/comm) when argv[0] is empty or cannot be
+// read (kernel threads, other users' processes behind hidepid). Bytes are
+// decoded as file names are (the locale's encoding, UTF-8 here; bytes that
+// are not UTF-8 become replacement characters, never an error). None when
+// neither can be read (the process has gone).
+std::optional<QString> processName(pid_t pid);
+
+// The name of a /proc/PID/cmdline text: its first NUL-terminated argument's
+// last path component (a trailing '/' ignored). Empty when argv[0] is empty.
+// Any bytes are accepted (bounded by `size`).
+QByteArray commandNameFromCmdline(const char *bytes, size_t size);
+
+} // namespace rk::platform
