@@ -92,6 +92,24 @@ public:
     int32_t typeForItemAtPath(const QString &path, int32_t *typeWePointTo, bool *isPackaged) const;
     int32_t typeForItemAtPath(const QByteArray &path, int32_t *typeWePointTo, bool *isPackaged) const;
 
+    // What the last open request came to (beyond the original service, for
+    // callers that report it).
+    enum class Outcome {
+        None,             // no request yet
+        NoHelper,         // "adminopen" is missing
+        NotAnApplication, // the item is not an application: nothing done
+        NoExecutable,     // an application folder without its executable
+        Refused,          // authentication refused or cancelled: nothing done
+        Failed,           // the privileged run failed
+        Opened,           // adminopen started the program as root
+    };
+    Outcome lastOutcome() const;
+
+    // The programs used in place of polkit's "pkcheck" and "pkexec" (looked up
+    // on PATH when not absolute); empty restores them. For tests, and for
+    // systems whose polkit tools live elsewhere. Set before any request.
+    static void setAuthorizationPrograms(const QByteArray &checker, const QByteArray &launcher);
+
     // The helper's path as the last open request found it (null before).
     QString adminOpenApplicationPath() const;
 
@@ -101,6 +119,7 @@ private:
     void openAsRootRequest(const QByteArray &application, const QByteArray *document);
 
     bool authorizationRef = false; // a session exists
+    Outcome m_lastOutcome = Outcome::None;
     QString m_adminOpenApplicationPath;
 };
 

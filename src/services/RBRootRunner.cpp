@@ -166,25 +166,32 @@ void RBRootRunner::openAsRootRequest(const QByteArray &application, const QByteA
 {
     m_adminOpenApplicationPath = helperProgramPath(QStringLiteral("adminopen"));
     if (m_adminOpenApplicationPath.isNull()) {
+        m_lastOutcome = Outcome::NoHelper;
         sorry("Could not find adminopen application");
         return;
     }
     bool packaged = false;
     int32_t target = kRBKindNone;
-    if (typeForItemAtPath(application, &target, &packaged) != kRBKindApplication) return;
+    if (typeForItemAtPath(application, &target, &packaged) != kRBKindApplication) {
+        m_lastOutcome = Outcome::NotAnApplication;
+        return;
+    }
 
     QByteArray executable = application;
     if (packaged) {
         executable = platform::applicationExecutable(application);
         if (executable.isEmpty()) {
+            m_lastOutcome = Outcome::NoExecutable;
             sorry("Error getting application path.");
             return;
         }
     }
+    m_lastOutcome = Outcome::Refused;
     if (authenticate()) {
         const bool carbon = isCarbonAppAtPath(executable);
         const bool opened =
             document != nullptr ? openAsRoot(executable, *document, carbon) : openAsRoot(executable, carbon);
+        m_lastOutcome = opened ? Outcome::Opened : Outcome::Failed;
         if (!opened) sorry("Could not launch application as Administrator");
     }
     deauthenticate();
@@ -279,6 +286,16 @@ int32_t RBRootRunner::typeForItemAtPath(const QByteArray &path, int32_t *typeWeP
     if (S_ISDIR(status.st_mode)) return classifyFolder(path, isPackaged);
     if (S_ISREG(status.st_mode)) return classifyRegularFile(path, typeWePointTo, isPackaged);
     return kRBKindNone;
+}
+
+void RBRootRunner::setAuthorizationPrograms(const QByteArray &checker, const QByteArray &launcher)
+{
+    platform::setPolkitPrograms(checker, launcher);
+}
+
+RBRootRunner::Outcome RBRootRunner::lastOutcome() const
+{
+    return m_lastOutcome;
 }
 
 QString RBRootRunner::adminOpenApplicationPath() const

@@ -26,6 +26,12 @@ std::span<const Command> commands()
                 keychainCommand},
         Command{"hotkey", "listen [--count N] COMBO... | show KEYCODE MODIFIERS",
                 "system-wide hot keys such as ctrl+shift+F1: print each press, or show a combination", hotkeyCommand},
+        Command{"ps", "", "the processes the framework sees: pid, background-only, front, foreground, name", psCommand},
+        Command{"fullscreen", "[--count N]",
+                "prints each full-screen captured / released notification until Ctrl-C (or N of them)",
+                fullscreenCommand},
+        Command{"admin-open", "APP [DOCUMENT]",
+                "opens an application (with a document) as administrator, and says what happened", adminOpenCommand},
     };
     return table;
 }

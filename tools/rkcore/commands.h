@@ -30,5 +30,8 @@ int keychainCommand(const QStringList &arguments);
 int infoCommand(const QStringList &arguments);
 int iconCommand(const QStringList &arguments);
 int hotkeyCommand(const QStringList &arguments);
+int psCommand(const QStringList &arguments);
+int fullscreenCommand(const QStringList &arguments);
+int adminOpenCommand(const QStringList &arguments);
 
 } // namespace rkcli

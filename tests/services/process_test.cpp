@@ -1,0 +1,290 @@
+// RKProcess against real child processes: the walk and its cursor, the cache,
+// garbage collection, names from argv[0], and (with an X display and a window
+// manager) background-only, front, foreground, show, hide and focus as the
+// window manager sees them (cross-checked with wmctrl and the EWMH
+// properties).
+#include <rkcore/RKProcess.h>
+
+#include "../../src/platform/ProcessTable_p.h"
+#include "../../src/platform/X11Windows_p.h"
+#include "process_test_support.h"
+
+#include <QSet>
+
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+namespace {
+
+using rk::ProcessSerialNumber;
+using rk::RKProcess;
+
+ProcessSerialNumber psnOf(pid_t pid)
+{
+    return {0, static_cast<uint32_t>(pid)};
+}
+
+// One whole walk: every object getNextProcess answers until nil.
+QList<std::shared_ptr<RKProcess>> walk()
+{
+    QList<std::shared_ptr<RKProcess>> seen;
+    while (auto process = RKProcess::getNextProcess())
+        seen.append(process);
+    return seen;
+}
+
+std::shared_ptr<RKProcess> find(const QList<std::shared_ptr<RKProcess>> &processes, pid_t pid)
+{
+    for (const auto &process : processes)
+        if (process->psn() == psnOf(pid)) return process;
+    return nullptr;
+}
+
+TEST(ProcessTable, CommandNames)
+{
+    struct Row {
+        const char *name;
+        QByteArray cmdline;
+        QByteArray expected;
+    } rows[] = {
+        {"path",
+         QByteArray("/usr/bin/sleep\0"
+                    "30\0",
+                    18),
+         "sleep"},
+        {"bare", QByteArray("sleep\0", 6), "sleep"},
+        {"trailing slash", QByteArray("/opt/tool/\0", 11), "tool"},
+        {"root", QByteArray("/\0", 2), "/"},
+        {"empty argv0", QByteArray("\0x\0", 3), ""},
+        {"no terminator", QByteArray("/a/b"), "b"},
+        {"spaces", QByteArray("/a/my prog\0", 11), "my prog"},
+        {"empty", QByteArray(), ""},
+    };
+    for (const Row &row : rows) {
+        EXPECT_EQ(
+            rk::platform::commandNameFromCmdline(row.cmdline.constData(), static_cast<size_t>(row.cmdline.size())),
+            row.expected)
+            << row.name;
+    }
+}
+
+TEST(RKProcess, WalkEndsWithTheCursorBackAtTheStartAndFindsTheSameObjects)
+{
+    rktest::Child child("/bin/sleep", {"sleep", "30"});
+    ASSERT_GT(child.pid(), 0);
+    const auto first = walk();
+    EXPECT_EQ(RKProcess::seekProcess(), (ProcessSerialNumber{0, 0}));
+    const auto second = walk();
+    EXPECT_EQ(RKProcess::seekProcess(), (ProcessSerialNumber{0, 0}));
+
+    const auto sleeper = find(first, child.pid());
+    ASSERT_NE(sleeper, nullptr);
+    EXPECT_EQ(find(second, child.pid()), sleeper) << "a known process comes back as the same object";
+    EXPECT_EQ(sleeper->getName(), QStringLiteral("sleep"));
+    EXPECT_EQ(RKProcess::cachedProcessForKey(QStringLiteral("0-%1").arg(child.pid())), sleeper);
+    EXPECT_FALSE(sleeper->isSticky());
+    EXPECT_EQ(sleeper->space(), 0);
+
+    // One object per serial number, each under its own key, in pid order.
+    QSet<QString> keys;
+    uint32_t previous = 0;
+    for (const auto &process : first) {
+        const QString key = RKProcess::keyForPSN(process->psn());
+        EXPECT_FALSE(keys.contains(key)) << key.toStdString();
+        keys.insert(key);
+        EXPECT_GT(process->psn().lowLongOfPSN, previous);
+        previous = process->psn().lowLongOfPSN;
+    }
+    EXPECT_EQ(keys.size(), first.size());
+    // This program lists itself as background-only: the cursor stood on it.
+    const auto self = find(first, getpid());
+    ASSERT_NE(self, nullptr);
+    EXPECT_TRUE(self->isBGOnly());
+}
+
+TEST(RKProcess, KeysAreSignedDecimals)
+{
+    EXPECT_EQ(RKProcess::keyForPSN({0, 1234}), QStringLiteral("0-1234"));
+    EXPECT_EQ(RKProcess::keyForPSN({0xFFFFFFFFU, 0x80000000U}), QStringLiteral("-1--2147483648"));
+}
+
+TEST(RKProcess, FrontMarksSurviveWalks)
+{
+    rktest::Child child("/bin/sleep", {"sleep", "30"});
+    auto process = find(walk(), child.pid());
+    ASSERT_NE(process, nullptr);
+    process->setFront(true);
+    process.reset();
+    const auto again = find(walk(), child.pid());
+    ASSERT_NE(again, nullptr);
+    EXPECT_TRUE(again->isFront());
+    again->setFront(false);
+}
+
+TEST(RKProcess, ProcessForPSNAnswersTheCachedObjectOrAFreshOne)
+{
+    rktest::Child child("/bin/sleep", {"sleep", "30"});
+    const auto uncachedA = RKProcess::processForPSN(psnOf(child.pid()));
+    const auto uncachedB = RKProcess::processForPSN(psnOf(child.pid()));
+    ASSERT_NE(uncachedA, nullptr);
+    ASSERT_NE(uncachedB, nullptr);
+    EXPECT_NE(uncachedA, uncachedB);
+    EXPECT_EQ(RKProcess::cachedProcessForKey(RKProcess::keyForPSN(psnOf(child.pid()))), nullptr);
+    // Retiring an uncached object leaves the cache alone.
+    const auto cached = find(walk(), child.pid());
+    uncachedA->retire();
+    EXPECT_EQ(RKProcess::processForPSN(psnOf(child.pid())), cached);
+}
+
+TEST(RKProcess, InitWithPSNRefusesWhatDoesNotRun)
+{
+    struct Row {
+        const char *name;
+        ProcessSerialNumber psn;
+    } rows[] = {
+        {"no process", {0, 0}},
+        {"high word set", {1, static_cast<uint32_t>(getpid())}},
+        {"beyond pid range", {0, 0xFFFFFFFFU}},
+        {"unused pid", {0, 0x3FFFFFFFU}},
+    };
+    for (const Row &row : rows)
+        EXPECT_EQ(RKProcess::initWithPSN(row.psn), nullptr) << row.name;
+
+    rktest::Child child("/bin/sleep", {"sleep", "30"});
+    child.killOnly();
+    ASSERT_TRUE(rktest::waitFor([&] { return !rk::platform::processIsRunning(child.pid()); }));
+    EXPECT_EQ(RKProcess::initWithPSN(psnOf(child.pid())), nullptr) << "a zombie has ended";
+}
+
+TEST(RKProcess, GarbageCollectionRetiresEndedProcesses)
+{
+    auto child = std::make_unique<rktest::Child>("/bin/sleep", QList<QByteArray>{"sleep", "30"});
+    rktest::Child survivor("/bin/sleep", {"sleep", "30"});
+    const pid_t pid = child->pid();
+    walk();
+    const auto process = RKProcess::cachedProcessForKey(RKProcess::keyForPSN(psnOf(pid)));
+    ASSERT_NE(process, nullptr);
+    EXPECT_TRUE(process->validate());
+
+    child.reset(); // killed and reaped
+    RKProcess::doGarbageCollection();
+    EXPECT_EQ(RKProcess::cachedProcessForKey(RKProcess::keyForPSN(psnOf(pid))), nullptr);
+    for (const auto &cached : RKProcess::processEnumerator())
+        EXPECT_NE(cached->psn(), psnOf(pid));
+    EXPECT_NE(RKProcess::cachedProcessForKey(RKProcess::keyForPSN(psnOf(survivor.pid()))), nullptr);
+    EXPECT_FALSE(process->validate()) << "the object outlives the cache and still answers";
+}
+
+TEST(RKProcess, NamesComeFromArgvZeroElseFromTheKernel)
+{
+    struct Row {
+        const char *name;
+        QByteArray argv0;
+        QString expected;
+    } rows[] = {
+        {"last component", "/no/such/dir/renamed tool", QStringLiteral("renamed tool")},
+        {"not UTF-8", "/x/bad\xff\xfe-name", QString()},
+        {"empty argv0 gives the kernel's name", "", QStringLiteral("sleep")},
+    };
+    for (const Row &row : rows) {
+        rktest::Child child("/bin/sleep", {row.argv0, "30"});
+        const auto process = RKProcess::processForPSN(psnOf(child.pid()));
+        ASSERT_NE(process, nullptr) << row.name;
+        if (row.expected.isNull()) {
+            EXPECT_TRUE(process->getName().startsWith(QStringLiteral("bad"))) << row.name;
+            EXPECT_TRUE(process->getName().endsWith(QStringLiteral("-name"))) << row.name;
+        } else {
+            EXPECT_EQ(process->getName(), row.expected) << row.name;
+        }
+    }
+}
+
+class RKProcessWindows : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        if (!rktest::haveDisplay()) GTEST_SKIP() << "needs an X display with a window manager";
+        windows = rk::platform::X11Windows::open();
+        ASSERT_NE(windows, nullptr);
+    }
+
+    // Starts a window fixture and waits until the window manager manages it.
+    std::unique_ptr<rktest::Child> startWindow(const char *title)
+    {
+        auto child = std::make_unique<rktest::Child>(rktest::windowFixturePath().constData(),
+                                                     QList<QByteArray>{"window_fixture", "--title", title});
+        window = static_cast<uint32_t>(std::stoul("0" + child->readLine()));
+        EXPECT_TRUE(rktest::waitFor([&] { return !windows->windowsOfProcess(child->pid()).empty(); }))
+            << "the window manager lists the window";
+        return child;
+    }
+
+    std::unique_ptr<rk::platform::X11Windows> windows;
+    uint32_t window = 0;
+};
+
+TEST_F(RKProcessWindows, WindowedAndWindowlessChildren)
+{
+    const auto windowed = startWindow("windowed");
+    rktest::Child windowless("/bin/sleep", {"sleep", "30"});
+    const auto all = walk();
+    const auto withWindow = find(all, windowed->pid());
+    const auto withoutWindow = find(all, windowless.pid());
+    ASSERT_NE(withWindow, nullptr);
+    ASSERT_NE(withoutWindow, nullptr);
+    EXPECT_FALSE(withWindow->isBGOnly());
+    EXPECT_TRUE(withWindow->isForeground());
+    EXPECT_TRUE(withoutWindow->isBGOnly());
+    EXPECT_FALSE(withoutWindow->isForeground());
+    EXPECT_FALSE(withoutWindow->isFrontProcess());
+    // wmctrl (an independent EWMH client) sees the same owner.
+    EXPECT_EQ(rktest::shell("wmctrl -lp | grep -q ' " + std::to_string(windowed->pid()) + " '"), 0);
+}
+
+TEST_F(RKProcessWindows, FocusHideAndShowReachTheWindowManager)
+{
+    const auto first = startWindow("first");
+    const uint32_t firstWindow = window;
+    const auto second = startWindow("second");
+    const auto process = RKProcess::processForPSN(psnOf(first->pid()));
+    const auto other = RKProcess::processForPSN(psnOf(second->pid()));
+    ASSERT_NE(process, nullptr);
+    ASSERT_NE(other, nullptr);
+
+    process->focus();
+    EXPECT_TRUE(rktest::waitFor([&] { return windows->activeWindow() == firstWindow; }));
+    EXPECT_TRUE(process->isFrontProcess());
+    EXPECT_FALSE(other->isFrontProcess());
+    other->focus();
+    EXPECT_TRUE(rktest::waitFor([&] { return other->isFrontProcess(); }));
+    EXPECT_FALSE(process->isFrontProcess());
+
+    process->hide();
+    EXPECT_TRUE(rktest::waitFor([&] { return windows->isHidden(firstWindow); })) << "iconified";
+    EXPECT_FALSE(process->isForeground());
+    process->show();
+    EXPECT_TRUE(rktest::waitFor([&] { return !windows->isHidden(firstWindow); })) << "restored";
+    EXPECT_TRUE(process->isForeground());
+}
+
+TEST_F(RKProcessWindows, AWindowThatVanishesGivesPlainAnswers)
+{
+    auto child = startWindow("vanishing");
+    const auto process = RKProcess::processForPSN(psnOf(child->pid()));
+    ASSERT_NE(process, nullptr);
+    process->focus();
+    ASSERT_TRUE(rktest::waitFor([&] { return process->isFrontProcess(); }));
+    child->end();
+    EXPECT_TRUE(rktest::waitFor([&] { return windows->windowsOfProcess(process->psn().lowLongOfPSN).empty(); }));
+    EXPECT_FALSE(process->isFrontProcess());
+    EXPECT_FALSE(process->isForeground());
+    process->show();
+    process->hide();
+    process->focus();
+    EXPECT_FALSE(windows->isFullScreen(window));
+    EXPECT_TRUE(windows->applicationIdentifier(window).isNull());
+    EXPECT_FALSE(process->validate());
+}
+
+} // namespace
