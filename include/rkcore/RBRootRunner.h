@@ -100,6 +100,7 @@ public:
         NotAnApplication, // the item is not an application: nothing done
         NoExecutable,     // an application folder without its executable
         Refused,          // authentication refused or cancelled: nothing done
+        NoAuthority,      // polkit could not be asked (no daemon, no system bus): nothing done
         Failed,           // the privileged run failed
         Opened,           // adminopen started the program as root
     };
@@ -120,6 +121,7 @@ private:
 
     bool authorizationRef = false; // a session exists
     Outcome m_lastOutcome = Outcome::None;
+    bool m_authorityUnavailable = false; // the last question could not be asked
     QString m_adminOpenApplicationPath;
 };
 

@@ -80,7 +80,7 @@ int runAndWait(const QList<QByteArray> &argv, bool quiet)
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-bool polkitCheckAuthorization(bool allowInteraction, const QByteArray &program)
+PolkitAnswer polkitCheckAuthorization(bool allowInteraction, const QByteArray &program)
 {
     // The helper's path is not sent as a detail: polkit takes details only
     // from privileged callers, and the action is the helper's own anyway.
@@ -88,7 +88,13 @@ bool polkitCheckAuthorization(bool allowInteraction, const QByteArray &program)
     QList<QByteArray> argv{checkerProgram(), QByteArrayLiteral("--action-id"), QByteArray(kAdminOpenAction),
                            QByteArrayLiteral("--process"), QByteArray::number(getpid())};
     if (allowInteraction) argv.append(QByteArrayLiteral("--allow-user-interaction"));
-    return runAndWait(argv, true) == 0;
+    switch (runAndWait(argv, true)) {
+    case 0: return PolkitAnswer::Authorized;
+    case 1:
+    case 2:
+    case 3: return PolkitAnswer::NotAuthorized;
+    default: return PolkitAnswer::Unavailable;
+    }
 }
 
 bool polkitExecute(const QByteArray &helper, const QList<QByteArray> &arguments)

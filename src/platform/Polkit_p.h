@@ -19,11 +19,17 @@ namespace rk::platform {
 
 inline constexpr char kAdminOpenAction[] = "org.ravix.rkcore.adminopen";
 
+// What pkcheck answered.
+enum class PolkitAnswer {
+    Authorized,    // exit 0
+    NotAuthorized, // 1 not authorised, 2 authentication needed, 3 dismissed
+    Unavailable,   // anything else: pkcheck missing, no polkit daemon or system bus
+};
+
 // Whether this process holds the action: pkcheck --action-id ... --process
 // <pid>, with --allow-user-interaction when `allowInteraction`, for the
-// helper `program` (the action is its own). false when pkcheck says no, or
-// cannot run (no polkit daemon, no system bus).
-bool polkitCheckAuthorization(bool allowInteraction, const QByteArray &program);
+// helper `program` (the action is its own).
+PolkitAnswer polkitCheckAuthorization(bool allowInteraction, const QByteArray &program);
 
 // pkexec <helper> <arguments...>: true when pkexec exits 0 (authorised, and
 // the helper did its work).

@@ -193,6 +193,8 @@ void RBRootRunner::openAsRootRequest(const QByteArray &application, const QByteA
             document != nullptr ? openAsRoot(executable, *document, carbon) : openAsRoot(executable, carbon);
         m_lastOutcome = opened ? Outcome::Opened : Outcome::Failed;
         if (!opened) sorry("Could not launch application as Administrator");
+    } else if (m_authorityUnavailable) {
+        m_lastOutcome = Outcome::NoAuthority;
     }
     deauthenticate();
 }
@@ -200,13 +202,17 @@ void RBRootRunner::openAsRootRequest(const QByteArray &application, const QByteA
 bool RBRootRunner::isAuthenticated()
 {
     authorizationRef = true;
-    return platform::polkitCheckAuthorization(false, QFile::encodeName(m_adminOpenApplicationPath));
+    const auto answer = platform::polkitCheckAuthorization(false, QFile::encodeName(m_adminOpenApplicationPath));
+    m_authorityUnavailable = answer == platform::PolkitAnswer::Unavailable;
+    return answer == platform::PolkitAnswer::Authorized;
 }
 
 bool RBRootRunner::fetchPassword()
 {
     if (!authorizationRef) return false;
-    return platform::polkitCheckAuthorization(true, QFile::encodeName(m_adminOpenApplicationPath));
+    const auto answer = platform::polkitCheckAuthorization(true, QFile::encodeName(m_adminOpenApplicationPath));
+    m_authorityUnavailable = answer == platform::PolkitAnswer::Unavailable;
+    return answer == platform::PolkitAnswer::Authorized;
 }
 
 bool RBRootRunner::authenticate()

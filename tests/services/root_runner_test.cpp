@@ -236,6 +236,14 @@ TEST_F(RootRunner, FailureTable)
     ASSERT_TRUE(checker.open(QIODevice::ReadOnly));
     EXPECT_TRUE(checker.readAll().contains("--allow-user-interaction")) << "the password was asked for";
 
+    RBRootRunner::setAuthorizationPrograms("/no/such/pkcheck", QFile::encodeName(root + "/fake-pkexec"));
+    runner->openItemAtPathAsRoot(path("Recorder.app"));
+    EXPECT_EQ(runner->lastOutcome(), Outcome::NoAuthority) << "polkit cannot be asked";
+    EXPECT_TRUE(events.isEmpty());
+    EXPECT_FALSE(QFile::exists(root + "/launcher"));
+    RBRootRunner::setAuthorizationPrograms(QFile::encodeName(root + "/fake-pkcheck"),
+                                           QFile::encodeName(root + "/fake-pkexec"));
+
     allow();
     writeFile(root + "/launcher.fail", "yes");
     runner->openItemAtPathAsRoot(path("Recorder.app"));

@@ -22,6 +22,8 @@ QString outcomeText(Outcome outcome)
     case Outcome::NotAnApplication: return QStringLiteral("not an application");
     case Outcome::NoExecutable: return QStringLiteral("failed: the application has no executable");
     case Outcome::Refused: return QStringLiteral("refused: not authorised as administrator");
+    case Outcome::NoAuthority:
+        return QStringLiteral("refused: polkit cannot be asked (no polkit daemon or system bus)");
     case Outcome::Failed: return QStringLiteral("failed: could not launch application as Administrator");
     case Outcome::Opened: return QStringLiteral("opened as administrator");
     case Outcome::None: break;
