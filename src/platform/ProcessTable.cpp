@@ -78,12 +78,17 @@ bool processIsRunning(pid_t pid)
     if (pid <= 0) return false;
     const auto stat = readProcFile(pid, "stat");
     if (!stat) return false;
-    // "PID (COMM) STATE ...": the name may hold ')' itself, so the state
-    // follows the last one.
-    const qsizetype close = stat->lastIndexOf(')');
-    if (close < 0 || close + 2 >= stat->size()) return false;
-    const char state = stat->at(close + 2);
-    return state != 'Z' && state != 'X' && state != 'x';
+    const auto state = processStateFromStat(*stat);
+    if (!state) return false;
+    return *state != 'Z' && *state != 'X' && *state != 'x';
+}
+
+std::optional<char> processStateFromStat(const QByteArray &stat)
+{
+    // The name may hold ')' itself, so the state follows the last one.
+    const qsizetype close = stat.lastIndexOf(')');
+    if (close < 0 || close + 2 >= stat.size() || stat.at(close + 1) != ' ') return std::nullopt;
+    return stat.at(close + 2);
 }
 
 QByteArray commandNameFromCmdline(const char *bytes, size_t size)

@@ -28,12 +28,18 @@ bool processIsRunning(pid_t pid);
 // read (kernel threads, other users' processes behind hidepid). Bytes are
 // decoded as file names are (the locale's encoding, UTF-8 here; bytes that
 // are not UTF-8 become replacement characters, never an error). None when
-// neither can be read (the process has gone).
+// neither can be read (the process has gone). A process caught in the middle
+// of exec (its new name set, its arguments not yet) gets the kernel's name.
 std::optional<QString> processName(pid_t pid);
 
 // The name of a /proc/PID/cmdline text: its first NUL-terminated argument's
 // last path component (a trailing '/' ignored). Empty when argv[0] is empty.
 // Any bytes are accepted (bounded by `size`).
 QByteArray commandNameFromCmdline(const char *bytes, size_t size);
+
+// The state letter of a /proc/PID/stat text ("PID (COMM) S ..."): the
+// character after the last ')' and a blank. None when the text has no such
+// letter. Any bytes are accepted.
+std::optional<char> processStateFromStat(const QByteArray &stat);
 
 } // namespace rk::platform

@@ -69,6 +69,31 @@ TEST(ProcessTable, CommandNames)
     }
 }
 
+TEST(ProcessTable, StatusLines)
+{
+    struct Row {
+        const char *name;
+        QByteArray stat;
+        char expected; // 0: none
+    } rows[] = {
+        {"running", "12 (sleep) S 1 12", 'S'},
+        {"zombie", "12 (sleep) Z 1 12", 'Z'},
+        {"parenthesis in the name", "12 (a) b) (c)) R 1", 'R'},
+        {"no state", "12 (sleep)", 0},
+        {"no blank", "12 (sleep)S", 0},
+        {"no name", "12 S", 0},
+        {"empty", "", 0},
+    };
+    for (const Row &row : rows) {
+        const auto state = rk::platform::processStateFromStat(row.stat);
+        EXPECT_EQ(state.value_or(0), row.expected) << row.name;
+    }
+    // The running test program itself.
+    EXPECT_TRUE(rk::platform::processIsRunning(getpid()));
+    EXPECT_FALSE(rk::platform::processIsRunning(0));
+    EXPECT_FALSE(rk::platform::processIsRunning(-1));
+}
+
 TEST(RKProcess, WalkEndsWithTheCursorBackAtTheStartAndFindsTheSameObjects)
 {
     rktest::Child child("/bin/sleep", {"sleep", "30"});
@@ -101,6 +126,39 @@ TEST(RKProcess, WalkEndsWithTheCursorBackAtTheStartAndFindsTheSameObjects)
     const auto self = find(first, getpid());
     ASSERT_NE(self, nullptr);
     EXPECT_TRUE(self->isBGOnly());
+}
+
+// The pids `ps -e` lists (an oracle that reads /proc on its own).
+QSet<uint32_t> psPids()
+{
+    QSet<uint32_t> pids;
+    std::FILE *ps = popen("ps -e -o pid=", "r");
+    if (ps == nullptr) return pids;
+    unsigned pid = 0;
+    while (std::fscanf(ps, "%u", &pid) == 1)
+        pids.insert(pid);
+    pclose(ps);
+    return pids;
+}
+
+TEST(RKProcess, TheWalkAgreesWithPs)
+{
+    const QSet<uint32_t> before = psPids();
+    QSet<uint32_t> walked;
+    for (const auto &process : walk())
+        walked.insert(process->psn().lowLongOfPSN);
+    const QSet<uint32_t> after = psPids();
+    ASSERT_FALSE(before.isEmpty());
+    // Every process that lived throughout was walked; nothing walked was unknown to ps
+    // (except ps itself and processes that came and went).
+    QSet<uint32_t> throughout = before;
+    throughout.intersect(after);
+    for (const uint32_t pid : throughout)
+        EXPECT_TRUE(walked.contains(pid)) << pid;
+    int unknown = 0;
+    for (const uint32_t pid : walked)
+        unknown += (before.contains(pid) || after.contains(pid)) ? 0 : 1;
+    EXPECT_LE(unknown, 3);
 }
 
 TEST(RKProcess, KeysAreSignedDecimals)
@@ -189,6 +247,7 @@ TEST(RKProcess, NamesComeFromArgvZeroElseFromTheKernel)
     };
     for (const Row &row : rows) {
         rktest::Child child("/bin/sleep", {row.argv0, "30"});
+        ASSERT_TRUE(child.waitForArguments()) << row.name;
         const auto process = RKProcess::processForPSN(psnOf(child.pid()));
         ASSERT_NE(process, nullptr) << row.name;
         if (row.expected.isNull()) {

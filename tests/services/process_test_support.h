@@ -56,6 +56,21 @@ public:
     Child &operator=(const Child &) = delete;
 
     pid_t pid() const { return m_pid; }
+    // Waits until the kernel has set up the new program's arguments: a
+    // spawning parent may run on while exec is still under way, when
+    // /proc/PID/cmdline is still empty (and comm already the new name).
+    bool waitForArguments() const
+    {
+        const std::string path = "/proc/" + std::to_string(m_pid) + "/cmdline";
+        for (int attempt = 0; attempt < 250; ++attempt) {
+            std::FILE *file = std::fopen(path.c_str(), "r");
+            const bool ready = file != nullptr && std::fgetc(file) != EOF;
+            if (file != nullptr) std::fclose(file);
+            if (ready) return true;
+            usleep(20000);
+        }
+        return false;
+    }
     // One line of the child's standard output, without its line end.
     std::string readLine()
     {
