@@ -304,6 +304,34 @@ TEST(Adminopen, StartsTheNamedProgramWithItsArguments)
     EXPECT_EQ(readNulSeparated(QFile::decodeName(out)), (QList<QByteArray>{"-x", kOddDocument, "a b"}));
 }
 
+TEST(RootRunnerApplication, IsLaunchedAndShowsItsWindow)
+{
+    if (!rktest::haveDisplay()) GTEST_SKIP() << "needs an X display with a window manager";
+    ASSERT_TRUE(RBRootRunner::askForAndRunUserSelectionAsRoot());
+    // wmctrl lists the window with its owner's pid: end that program.
+    std::string line;
+    EXPECT_TRUE(rktest::waitFor(
+        [&] {
+            std::FILE *list = popen("wmctrl -lp | grep ' Root Runner$'", "r");
+            char buffer[256] = {};
+            line = list != nullptr && std::fgets(buffer, sizeof buffer, list) != nullptr ? buffer : "";
+            if (list != nullptr) pclose(list);
+            return !line.empty();
+        },
+        20000));
+    unsigned window = 0;
+    int desktop = 0;
+    int pid = 0;
+    ASSERT_EQ(std::sscanf(line.c_str(), "%x %d %d", &window, &desktop, &pid), 3) << line;
+    EXPECT_GT(pid, 0);
+    kill(pid, SIGTERM);
+
+    QTemporaryDir empty;
+    rk::setHelperProgramDirectory(empty.path());
+    EXPECT_FALSE(RBRootRunner::askForAndRunUserSelectionAsRoot());
+    rk::setHelperProgramDirectory({});
+}
+
 class RootRunnerPolkit : public RootRunner {
 protected:
     void SetUp() override

@@ -3,7 +3,8 @@
 //
 //   root-runner [PATH]     PATH preselects the item
 //
-// The service's alerts are shown as message boxes, its beep is the desktop's.
+// The service's alerts are shown as message boxes, its beep is the desktop's;
+// what came of a request is shown under the path.
 #include <rkcore/Alert.h>
 #include <rkcore/RBRootRunner.h>
 
@@ -49,6 +50,8 @@ public:
         row->addWidget(m_path);
         row->addWidget(choose);
         layout->addLayout(row);
+        m_status = new QLabel(this);
+        layout->addWidget(m_status);
         auto *buttons = new QDialogButtonBox(this);
         m_run = buttons->addButton(QStringLiteral("Open as Administrator"), QDialogButtonBox::AcceptRole);
         buttons->addButton(QDialogButtonBox::Close);
@@ -73,6 +76,7 @@ private:
     void run() { rk::RBRootRunner::openApplicationPathAsRoot(m_path->text()); }
 
     QLineEdit *m_path = nullptr;
+    QLabel *m_status = nullptr;
     QPushButton *m_run = nullptr;
 };
 
