@@ -3,6 +3,7 @@
 #include <QFile>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -38,7 +39,7 @@ std::optional<pid_t> pidOfEntry(const char *name)
 std::optional<QByteArray> readProcFile(pid_t pid, const char *file)
 {
     char path[64];
-    std::snprintf(path, sizeof path, "/proc/%d/%s", static_cast<int>(pid), file);
+    (void)std::snprintf(path, sizeof path, "/proc/%d/%s", static_cast<int>(pid), file);
     const int fd = open(path, O_RDONLY | O_CLOEXEC);
     if (fd < 0) return std::nullopt;
     QByteArray bytes(kReadLimit, Qt::Uninitialized);

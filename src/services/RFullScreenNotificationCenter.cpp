@@ -52,7 +52,7 @@ struct RFullScreenNotificationCenter::Private {
     std::condition_variable wake;
     bool stopping = false;
 
-    void monitorLoop(LocalPort::Sender captured, LocalPort::Sender released)
+    void monitorLoop(const LocalPort::Sender &captured, const LocalPort::Sender &released)
     {
         std::unique_ptr<platform::X11Windows> windows;
         std::unique_lock<std::mutex> guard(lock);

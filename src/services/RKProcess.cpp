@@ -62,9 +62,10 @@ bool advanceToNextProcess(ProcessSerialNumber &cursor)
     return true;
 }
 
-std::vector<uint32_t> windowsOf(const ProcessSerialNumber &psn)
+// The process's managed windows on `connection` (which callers got once from
+// windows(): asking again could replace it).
+std::vector<uint32_t> windowsOf(platform::X11Windows *connection, const ProcessSerialNumber &psn)
 {
-    platform::X11Windows *connection = windows();
     const auto pid = pidOf(psn);
     if (connection == nullptr || !pid) return {};
     return connection->windowsOfProcess(*pid);
@@ -103,7 +104,7 @@ std::shared_ptr<RKProcess> RKProcess::initWithPSN(const ProcessSerialNumber &psn
     auto processName = platform::processName(*pid);
     if (!processName) return nullptr;
     // The cursor, not `psn`: see the header.
-    const bool background = windowsOf(psn).empty() || table().seekProcess == table().thisProcess;
+    const bool background = windowsOf(windows(), psn).empty() || table().seekProcess == table().thisProcess;
     return std::make_shared<RKProcess>(Tag{}, std::move(*processName), psn, background);
 }
 
@@ -173,7 +174,7 @@ void RKProcess::show()
 {
     platform::X11Windows *connection = windows();
     if (connection == nullptr) return;
-    for (const uint32_t window : windowsOf(*m_psn))
+    for (const uint32_t window : windowsOf(connection, *m_psn))
         connection->deiconify(window);
     connection->sync();
 }
@@ -182,7 +183,7 @@ void RKProcess::hide()
 {
     platform::X11Windows *connection = windows();
     if (connection == nullptr) return;
-    for (const uint32_t window : windowsOf(*m_psn))
+    for (const uint32_t window : windowsOf(connection, *m_psn))
         connection->iconify(window);
     connection->sync();
 }
@@ -191,7 +192,7 @@ void RKProcess::focus()
 {
     platform::X11Windows *connection = windows();
     if (connection == nullptr) return;
-    const auto owned = windowsOf(*m_psn);
+    const auto owned = windowsOf(connection, *m_psn);
     if (owned.empty()) return;
     connection->activate(owned.front());
     connection->sync();
@@ -212,7 +213,7 @@ bool RKProcess::isForeground() const
     if (BGOnly) return false;
     platform::X11Windows *connection = windows();
     if (connection == nullptr) return false;
-    for (const uint32_t window : windowsOf(*m_psn)) {
+    for (const uint32_t window : windowsOf(connection, *m_psn)) {
         if (!connection->isHidden(window)) return true;
     }
     return false;
