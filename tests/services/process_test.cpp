@@ -198,7 +198,7 @@ TEST(RKProcess, ProcessForPSNAnswersTheCachedObjectOrAFreshOne)
 TEST(RKProcess, InitWithPSNRefusesWhatDoesNotRun)
 {
     struct Row {
-        const char *name;
+        const char *name = nullptr;
         ProcessSerialNumber psn;
     } rows[] = {
         {"no process", {0, 0}},

@@ -284,9 +284,9 @@ TEST(Adminopen, StartsTheNamedProgramWithItsArguments)
     QTemporaryDir folder;
     const QByteArray out = QFile::encodeName(folder.path()) + "/args";
     struct Row {
-        const char *name;
+        const char *name = nullptr;
         QList<QByteArray> arguments;
-        int status;
+        int status = 0;
     } rows[] = {
         {"no program", {}, 2},
         {"empty program", {""}, 2},
