@@ -89,6 +89,8 @@ public:
     // Removes this object's key from the cache (the cache's reference goes).
     void retire();
     // Whether the process still runs; when it does not, retire() and false.
+    // A later process that got the same pid is not this one: the cache never
+    // answers an object of an ended process for it (the walk replaces it).
     bool validate();
 
     // Restores the process's iconified windows.
@@ -111,7 +113,7 @@ public:
     bool isSticky() const;
     int32_t space() const;
 
-    explicit RKProcess(Tag, QString name, const ProcessSerialNumber &psn, bool backgroundOnly);
+    explicit RKProcess(Tag, QString name, const ProcessSerialNumber &psn, bool backgroundOnly, uint64_t startTime);
 
 private:
     QString name;
@@ -120,6 +122,7 @@ private:
     bool BGOnly = false;
     bool front = false;
     int32_t m_space = 0;
+    uint64_t m_startTime = 0; // tells this process from a later one with the same pid
 };
 
 } // namespace rk

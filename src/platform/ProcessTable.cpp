@@ -74,14 +74,28 @@ std::optional<pid_t> nextProcessId(pid_t after)
     return best;
 }
 
+namespace {
+// The stat text of a running process.
+std::optional<QByteArray> runningStat(pid_t pid)
+{
+    if (pid <= 0) return std::nullopt;
+    auto stat = readProcFile(pid, "stat");
+    if (!stat) return std::nullopt;
+    const auto state = processStateFromStat(*stat);
+    if (!state || *state == 'Z' || *state == 'X' || *state == 'x') return std::nullopt;
+    return stat;
+}
+} // namespace
+
 bool processIsRunning(pid_t pid)
 {
-    if (pid <= 0) return false;
-    const auto stat = readProcFile(pid, "stat");
-    if (!stat) return false;
-    const auto state = processStateFromStat(*stat);
-    if (!state) return false;
-    return *state != 'Z' && *state != 'X' && *state != 'x';
+    return runningStat(pid).has_value();
+}
+
+std::optional<uint64_t> processStartTime(pid_t pid)
+{
+    const auto stat = runningStat(pid);
+    return stat ? processStartTimeFromStat(*stat) : std::nullopt;
 }
 
 std::optional<char> processStateFromStat(const QByteArray &stat)
@@ -90,6 +104,19 @@ std::optional<char> processStateFromStat(const QByteArray &stat)
     const qsizetype close = stat.lastIndexOf(')');
     if (close < 0 || close + 2 >= stat.size() || stat.at(close + 1) != ' ') return std::nullopt;
     return stat.at(close + 2);
+}
+
+std::optional<uint64_t> processStartTimeFromStat(const QByteArray &stat)
+{
+    constexpr int kStartTimeField = 20; // counting the state as field 1
+    const qsizetype close = stat.lastIndexOf(')');
+    if (close < 0) return std::nullopt;
+    const QList<QByteArray> fields = stat.mid(close + 1).simplified().split(' ');
+    if (fields.size() < kStartTimeField) return std::nullopt;
+    bool ok = false;
+    const qulonglong value = fields.at(kStartTimeField - 1).toULongLong(&ok, 10);
+    if (!ok) return std::nullopt;
+    return static_cast<uint64_t>(value);
 }
 
 QByteArray commandNameFromCmdline(const char *bytes, size_t size)

@@ -11,6 +11,7 @@
 
 #include <QString>
 
+#include <cstdint>
 #include <optional>
 #include <sys/types.h>
 
@@ -22,6 +23,11 @@ std::optional<pid_t> nextProcessId(pid_t after);
 
 // Whether process `pid` is running (see above); false for pid <= 0.
 bool processIsRunning(pid_t pid);
+
+// When a running process started (clock ticks after boot, /proc/PID/stat's
+// 22nd field): with the pid, it tells a process from a later one that got
+// the same pid. None when it does not run.
+std::optional<uint64_t> processStartTime(pid_t pid);
 
 // The process's name: the last path component of argv[0] (/proc/PID/cmdline),
 // else the kernel's name (/proc/PID/comm) when argv[0] is empty or cannot be
@@ -41,5 +47,9 @@ QByteArray commandNameFromCmdline(const char *bytes, size_t size);
 // character after the last ')' and a blank. None when the text has no such
 // letter. Any bytes are accepted.
 std::optional<char> processStateFromStat(const QByteArray &stat);
+
+// The start time field of a /proc/PID/stat text (the 20th field after the
+// name); none when absent or not a decimal number. Any bytes are accepted.
+std::optional<uint64_t> processStartTimeFromStat(const QByteArray &stat);
 
 } // namespace rk::platform

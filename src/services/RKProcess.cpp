@@ -73,8 +73,10 @@ std::vector<uint32_t> windowsOf(platform::X11Windows *connection, const ProcessS
 
 } // namespace
 
-RKProcess::RKProcess(Tag, QString processName, const ProcessSerialNumber &serial, bool backgroundOnly)
-    : name(std::move(processName)), m_psn(std::make_unique<ProcessSerialNumber>(serial)), BGOnly(backgroundOnly)
+RKProcess::RKProcess(Tag, QString processName, const ProcessSerialNumber &serial, bool backgroundOnly,
+                     uint64_t startTime)
+    : name(std::move(processName)), m_psn(std::make_unique<ProcessSerialNumber>(serial)), BGOnly(backgroundOnly),
+      m_startTime(startTime)
 {
 }
 
@@ -100,12 +102,14 @@ ProcessSerialNumber RKProcess::thisProcess()
 std::shared_ptr<RKProcess> RKProcess::initWithPSN(const ProcessSerialNumber &psn)
 {
     const auto pid = pidOf(psn);
-    if (!pid || !platform::processIsRunning(*pid)) return nullptr;
+    if (!pid) return nullptr;
+    const auto started = platform::processStartTime(*pid);
+    if (!started) return nullptr;
     auto processName = platform::processName(*pid);
     if (!processName) return nullptr;
     // The cursor, not `psn`: see the header.
     const bool background = windowsOf(windows(), psn).empty() || table().seekProcess == table().thisProcess;
-    return std::make_shared<RKProcess>(Tag{}, std::move(*processName), psn, background);
+    return std::make_shared<RKProcess>(Tag{}, std::move(*processName), psn, background, *started);
 }
 
 std::shared_ptr<RKProcess> RKProcess::getNextProcess()
@@ -115,7 +119,10 @@ std::shared_ptr<RKProcess> RKProcess::getNextProcess()
     // as a failing information call ends it.
     if (!advanceToNextProcess(state.seekProcess)) return nullptr;
     const QString key = keyForPSN(state.seekProcess);
-    if (const auto found = state.allProcesses.find(key); found != state.allProcesses.end()) return found->second;
+    if (const auto found = state.allProcesses.find(key); found != state.allProcesses.end()) {
+        if (found->second->validate()) return found->second;
+        // Its process ended and the pid went to a new one: validate() retired it.
+    }
     auto process = initWithPSN(state.seekProcess);
     if (!process) {
         state.seekProcess = {0, 0};
@@ -165,7 +172,7 @@ void RKProcess::retire()
 bool RKProcess::validate()
 {
     const auto pid = pidOf(*m_psn);
-    if (pid && platform::processIsRunning(*pid)) return true;
+    if (pid && platform::processStartTime(*pid) == m_startTime) return true;
     retire();
     return false;
 }

@@ -13,5 +13,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     if (const auto state = rk::platform::processStateFromStat(stat)) {
         if (!stat.contains(QByteArray(") ") + *state)) std::abort();
     }
+    if (const auto started = rk::platform::processStartTimeFromStat(stat)) {
+        if (!stat.contains(QByteArray::number(static_cast<qulonglong>(*started)).left(1))) std::abort();
+    }
     return 0;
 }

@@ -11,6 +11,8 @@
 
 #include <QSet>
 
+#include <optional>
+
 #include <gtest/gtest.h>
 
 #include <unistd.h>
@@ -88,10 +90,27 @@ TEST(ProcessTable, StatusLines)
         const auto state = rk::platform::processStateFromStat(row.stat);
         EXPECT_EQ(state.value_or(0), row.expected) << row.name;
     }
+    struct TimeRow {
+        const char *name = nullptr;
+        QByteArray stat;
+        std::optional<uint64_t> expected;
+    } times[] = {
+        {"real layout", "7 (a) b) S 1 7 7 0 -1 4194560 10 0 0 0 1 2 0 0 20 0 1 0 98765 1000 200 18446744073709551615",
+         98765},
+        {"too few fields", "7 (a) S 1 7 7 0 -1 4194560 10 0", std::nullopt},
+        {"not a number", "7 (a) S 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 x", std::nullopt},
+        {"no name", "7 S 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19", std::nullopt},
+    };
+    for (const TimeRow &row : times)
+        EXPECT_EQ(rk::platform::processStartTimeFromStat(row.stat), row.expected) << row.name;
+
     // The running test program itself.
     EXPECT_TRUE(rk::platform::processIsRunning(getpid()));
     EXPECT_FALSE(rk::platform::processIsRunning(0));
     EXPECT_FALSE(rk::platform::processIsRunning(-1));
+    const auto started = rk::platform::processStartTime(getpid());
+    ASSERT_TRUE(started.has_value());
+    EXPECT_EQ(rk::platform::processStartTime(getpid()), started) << "stable for one process";
 }
 
 TEST(RKProcess, WalkEndsWithTheCursorBackAtTheStartAndFindsTheSameObjects)
