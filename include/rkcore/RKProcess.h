@@ -49,9 +49,10 @@ public:
 
     // Advances the walk's cursor to the next running process and answers its
     // object: the cached one when known (so marks set with setFront survive),
-    // else a new object, cached under its key. At the end of the table, or
-    // when the next process cannot be read, answers nullptr with the cursor
-    // back at {0, 0}, so that the next walk starts from the beginning.
+    // else a new object, cached under its key. A process that ends while it
+    // is being read is passed over. At the end of the table (or when /proc
+    // cannot be read) answers nullptr with the cursor back at {0, 0}, so that
+    // the next walk starts from the beginning.
     static std::shared_ptr<RKProcess> getNextProcess();
 
     // The cached object for `psn`, else a new, uncached object made with

@@ -115,21 +115,20 @@ std::shared_ptr<RKProcess> RKProcess::initWithPSN(const ProcessSerialNumber &psn
 std::shared_ptr<RKProcess> RKProcess::getNextProcess()
 {
     ProcessTable &state = table();
-    // A process may end between the step and the read: then the walk ends,
-    // as a failing information call ends it.
-    if (!advanceToNextProcess(state.seekProcess)) return nullptr;
-    const QString key = keyForPSN(state.seekProcess);
-    if (const auto found = state.allProcesses.find(key); found != state.allProcesses.end()) {
-        if (found->second->validate()) return found->second;
-        // Its process ended and the pid went to a new one: validate() retired it.
+    // A process that ends between the step and the read is passed over, so
+    // a process ending during a walk never cuts the walk short.
+    while (advanceToNextProcess(state.seekProcess)) {
+        const QString key = keyForPSN(state.seekProcess);
+        if (const auto found = state.allProcesses.find(key); found != state.allProcesses.end()) {
+            if (found->second->validate()) return found->second;
+            // Its process ended (the pid may have gone to a new one): validate() retired it.
+        }
+        if (auto process = initWithPSN(state.seekProcess)) {
+            state.allProcesses.emplace(key, process);
+            return process;
+        }
     }
-    auto process = initWithPSN(state.seekProcess);
-    if (!process) {
-        state.seekProcess = {0, 0};
-        return nullptr;
-    }
-    state.allProcesses.emplace(key, process);
-    return process;
+    return nullptr;
 }
 
 std::shared_ptr<RKProcess> RKProcess::processForPSN(const ProcessSerialNumber &psn)

@@ -147,15 +147,18 @@ TEST(RKProcess, WalkEndsWithTheCursorBackAtTheStartAndFindsTheSameObjects)
     EXPECT_TRUE(self->isBGOnly());
 }
 
-// The pids `ps -e` lists (an oracle that reads /proc on its own).
+// The pids of running processes as `ps -e` lists them (an oracle that reads
+// /proc on its own); zombies have ended and are left out, as the walk does.
 QSet<uint32_t> psPids()
 {
     QSet<uint32_t> pids;
-    std::FILE *ps = popen("ps -e -o pid=", "r");
+    std::FILE *ps = popen("ps -e -o pid=,stat=", "r");
     if (ps == nullptr) return pids;
     unsigned pid = 0;
-    while (std::fscanf(ps, "%u", &pid) == 1)
-        pids.insert(pid);
+    char state[16] = {};
+    while (std::fscanf(ps, "%u %15s", &pid, state) == 2) {
+        if (state[0] != 'Z' && state[0] != 'X') pids.insert(pid);
+    }
     pclose(ps);
     return pids;
 }

@@ -4,8 +4,8 @@
  *   window_fixture [--class CLASS] [--title TITLE] [--gtk-id ID]
  *
  * Sets WM_CLASS (instance and class CLASS, default "WindowFixture"),
- * _NET_WM_PID, WM_NAME and optionally _GTK_APPLICATION_ID, maps the window
- * and runs until killed or until the X connection breaks. */
+ * _NET_WM_PID, WM_NAME and optionally _GTK_APPLICATION_ID, maps the window at
+ * the screen's bottom right (a user-given position) and runs until killed or until the X connection breaks. */
 #include <xcb/xcb.h>
 #include <xcb/xcb_ewmh.h>
 #include <xcb/xcb_icccm.h>
@@ -45,7 +45,9 @@ int main(int argc, char **argv)
     xcb_screen_t *screen = ewmh.screens[screenNumber];
     xcb_window_t window = xcb_generate_id(connection);
     uint32_t values[] = {screen->white_pixel};
-    xcb_create_window(connection, XCB_COPY_FROM_PARENT, window, screen->root, 50, 50, 240, 160, 0,
+    /* Bottom right, away from the windows other tests draw and photograph. */
+    const int16_t x = (int16_t)(screen->width_in_pixels - 260), y = (int16_t)(screen->height_in_pixels - 200);
+    xcb_create_window(connection, XCB_COPY_FROM_PARENT, window, screen->root, x, y, 240, 160, 0,
                       XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual, XCB_CW_BACK_PIXEL, values);
     /* WM_CLASS is two NUL-terminated strings: instance, class. */
     size_t length = strlen(windowClass);
@@ -55,6 +57,10 @@ int main(int argc, char **argv)
     memcpy(classes + length + 1, windowClass, length + 1);
     xcb_icccm_set_wm_class(connection, window, (uint32_t)(2 * (length + 1)), classes);
     free(classes);
+    xcb_size_hints_t hints;
+    memset(&hints, 0, sizeof hints);
+    xcb_icccm_size_hints_set_position(&hints, 1, x, y);
+    xcb_icccm_set_wm_normal_hints(connection, window, &hints);
     xcb_icccm_set_wm_name(connection, window, XCB_ATOM_STRING, 8, (uint32_t)strlen(title), title);
     xcb_ewmh_set_wm_pid(&ewmh, window, (uint32_t)getpid());
     if (gtkId != NULL)
