@@ -47,8 +47,9 @@ public:
     // Starts the "Root Runner" helper (pick an item, run it as root); false
     // when it is missing or cannot be started.
     static bool askForAndRunUserSelectionAsRoot();
-    // Makes a runner and sends it openItemAtPathAsRoot; true (a runner can
-    // always be made here).
+    // Brings this application's first visible window to the front when the
+    // application is not active (a GUI application only), makes a runner and
+    // sends it openItemAtPathAsRoot; true (a runner can always be made here).
     static bool openApplicationPathAsRoot(const QString &path);
     // The same with openItemAsRoot(file, application).
     static bool openFile(const QString &file, const QString &application);

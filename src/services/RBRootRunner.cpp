@@ -14,7 +14,9 @@
 
 #include <QDir>
 #include <QFile>
+#include <QGuiApplication>
 #include <QProcess>
+#include <QWindow>
 
 #include <array>
 
@@ -108,6 +110,21 @@ int32_t classifyRegularFile(const QByteArray &path, int32_t *typeWePointTo, bool
     return kind;
 }
 
+// Brings the calling application to the front (its first visible window),
+// so the password dialog that may follow belongs to what the user sees.
+// Nothing for a program without a GUI application object or windows.
+void activateApplication()
+{
+    if (qobject_cast<QGuiApplication *>(QCoreApplication::instance()) == nullptr) return;
+    if (QGuiApplication::applicationState() == Qt::ApplicationActive) return;
+    for (QWindow *window : QGuiApplication::topLevelWindows()) {
+        if (window->isVisible()) {
+            window->requestActivate();
+            return;
+        }
+    }
+}
+
 } // namespace
 
 RBRootRunner::RBRootRunner(Tag) {}
@@ -131,12 +148,14 @@ bool RBRootRunner::askForAndRunUserSelectionAsRoot()
 
 bool RBRootRunner::openApplicationPathAsRoot(const QString &path)
 {
+    activateApplication();
     create()->openItemAtPathAsRoot(path);
     return true;
 }
 
 bool RBRootRunner::openFile(const QString &file, const QString &application)
 {
+    activateApplication();
     create()->openItemAsRoot(file, application);
     return true;
 }

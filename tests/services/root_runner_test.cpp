@@ -199,6 +199,20 @@ TEST_F(RootRunner, OpensTheApplicationThenTheDocumentThroughAdminopen)
     EXPECT_FALSE(log.contains("--allow-user-interaction")) << "already authorised: no interaction";
 }
 
+TEST_F(RootRunner, TheClassEntryPointsMakeARunnerPerRequest)
+{
+    allow();
+    EXPECT_TRUE(RBRootRunner::openFile(root + "/a document", root + "/Recorder.app"));
+    const QList<QByteArray> launched = readNulSeparated(root + "/launcher");
+    ASSERT_EQ(launched.size(), 3);
+    EXPECT_EQ(launched.at(1), path("Recorder.app/Contents/MacOS/Recorder"));
+    EXPECT_EQ(launched.at(2), path("a document"));
+    QFile::remove(root + "/launcher");
+    EXPECT_TRUE(RBRootRunner::openApplicationPathAsRoot(root + "/Recorder.app"));
+    EXPECT_EQ(readNulSeparated(root + "/launcher").size(), 2);
+    EXPECT_TRUE(events.isEmpty());
+}
+
 TEST_F(RootRunner, ClassicExecutablesGoThroughTheLauncher)
 {
     allow();
