@@ -11,6 +11,7 @@ add_library(rkcore
   foundation/AssertionFailure.cpp
   foundation/Alert.cpp
   foundation/FrameworkResources.cpp
+  foundation/HelperPrograms.cpp
   foundation/LocalPort.cpp
   foundation/Logging.cpp
   foundation/NotificationCenter.cpp
@@ -32,10 +33,13 @@ add_library(rkcore
   platform/HiddenFile.cpp
   platform/IconTheme.cpp
   platform/MountTable.cpp
+  platform/Polkit.cpp
+  platform/ProcessTable.cpp
   platform/RegularFile.cpp
   platform/SecretService.cpp
   platform/VirtualKeyCodes.cpp
   platform/X11HotKeys.cpp
+  platform/X11Windows.cpp
   services/HotKeyCenter.cpp
   services/HotKeyData.cpp
   services/KeyCombo.cpp
@@ -49,7 +53,10 @@ add_library(rkcore
   services/RBLabelManager.cpp
   services/RKFolderNotifier.cpp
   services/RKFSOWatcher.cpp
-  services/RKLog.cpp)
+  services/RKLog.cpp
+  services/RBRootRunner.cpp
+  services/RFullScreenNotificationCenter.cpp
+  services/RKProcess.cpp)
 add_library(RKCore::rkcore ALIAS rkcore)
 generate_export_header(rkcore BASE_NAME RKCORE EXPORT_FILE_NAME ${PROJECT_BINARY_DIR}/include/rkcore/rkcore_export.h)
 target_include_directories(rkcore PUBLIC
@@ -103,3 +110,20 @@ target_link_libraries(make_label_swatches PRIVATE RKCore::rkcore Qt6::Gui rkcore
 add_custom_target(label-swatches
   COMMAND make_label_swatches ${PROJECT_SOURCE_DIR}/resources/labels
   COMMENT "Drawing the label swatches into resources/labels")
+# xcb-ewmh and xcb-icccm: other programs' windows (process list, full-screen monitor).
+pkg_check_modules(RKCORE_XCB_EWMH REQUIRED IMPORTED_TARGET xcb-ewmh xcb-icccm)
+target_link_libraries(rkcore PRIVATE PkgConfig::RKCORE_XCB_EWMH)
+# The helper programs (adminopen, root-runner) are found from the library's own folder.
+file(RELATIVE_PATH RKCORE_LIBEXEC_FROM_LIBDIR ${CMAKE_INSTALL_FULL_LIBDIR} ${CMAKE_INSTALL_FULL_LIBEXECDIR}/rkcore)
+set_property(SOURCE foundation/HelperPrograms.cpp APPEND PROPERTY
+  COMPILE_DEFINITIONS RKCORE_LIBEXEC_FROM_LIBDIR="${RKCORE_LIBEXEC_FROM_LIBDIR}")
+# The polkit action of adminopen: one for the build tree (tests make it visible
+# to a private polkitd), one installed, each naming its own adminopen.
+set(RKCORE_ADMINOPEN_PATH ${PROJECT_BINARY_DIR}/bin/adminopen)
+configure_file(${PROJECT_SOURCE_DIR}/resources/org.ravix.rkcore.adminopen.policy.in
+  ${PROJECT_BINARY_DIR}/share/polkit-1/actions/org.ravix.rkcore.adminopen.policy @ONLY)
+set(RKCORE_ADMINOPEN_PATH ${CMAKE_INSTALL_FULL_LIBEXECDIR}/rkcore/adminopen)
+configure_file(${PROJECT_SOURCE_DIR}/resources/org.ravix.rkcore.adminopen.policy.in
+  ${PROJECT_BINARY_DIR}/install/org.ravix.rkcore.adminopen.policy @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/install/org.ravix.rkcore.adminopen.policy
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/polkit-1/actions)

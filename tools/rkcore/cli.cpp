@@ -15,6 +15,26 @@ void writeUtf8(std::FILE *stream, const QString &text)
 }
 } // namespace
 
+namespace {
+QList<QByteArray> &storedRawArguments()
+{
+    static QList<QByteArray> arguments;
+    return arguments;
+}
+} // namespace
+
+void setRawArguments(int argc, char **argv)
+{
+    storedRawArguments().clear();
+    for (int i = 0; i < argc; ++i)
+        storedRawArguments().append(QByteArray(argv[i]));
+}
+
+QList<QByteArray> rawArguments()
+{
+    return storedRawArguments();
+}
+
 int usageError(const QString &message)
 {
     writeUtf8(stderr, QStringLiteral("rkcore: %1\n").arg(message));

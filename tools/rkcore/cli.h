@@ -1,6 +1,8 @@
 // Shared pieces of the rkcore tool's commands.
 #pragma once
 
+#include <QByteArray>
+#include <QList>
 #include <QString>
 #include <QStringList>
 
@@ -14,6 +16,11 @@ namespace rkcli {
 // 2 bad usage (unknown command, bad argument).
 inline constexpr int kExitFailure = 1;
 inline constexpr int kExitUsage = 2;
+
+// The command line's bytes as the program received them (for paths that are
+// not UTF-8): set once by main(), then read by the commands.
+void setRawArguments(int argc, char **argv);
+QList<QByteArray> rawArguments();
 
 // Writes "rkcore: <message>" to standard error and returns kExitUsage.
 int usageError(const QString &message);

@@ -37,6 +37,12 @@ std::span<const Command> commands()
                 "bytes on disk of each path as du -s -B1 counts them (--apparent: as du -s -b does)", duCommand},
         Command{"type", "NAME...", "each name's type code from the data types file: 0 unknown, 1 image, 2 text",
                 typeCommand},
+        Command{"ps", "", "the processes the framework sees: pid, background-only, front, foreground, name", psCommand},
+        Command{"fullscreen", "[--count N]",
+                "prints each full-screen captured / released notification until Ctrl-C (or N of them)",
+                fullscreenCommand},
+        Command{"admin-open", "APP [DOCUMENT]",
+                "opens an application (with a document) as administrator, and says what happened", adminOpenCommand},
     };
     return table;
 }

@@ -41,5 +41,8 @@ int duCommand(const QStringList &arguments);
 // The size lines of rkcore info (size_lines.cpp).
 void printSizeLines(rk::RBFileSystemObject &object);
 int typeCommand(const QStringList &arguments);
+int psCommand(const QStringList &arguments);
+int fullscreenCommand(const QStringList &arguments);
+int adminOpenCommand(const QStringList &arguments);
 
 } // namespace rkcli

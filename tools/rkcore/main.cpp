@@ -40,6 +40,7 @@ bool drawsImages(int argc, char *argv[])
 
 int main(int argc, char *argv[])
 {
+    rkcli::setRawArguments(argc, argv);
     std::unique_ptr<QCoreApplication> app;
     if (drawsImages(argc, argv)) {
         if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
