@@ -55,6 +55,10 @@ public:
     // lowest digits), with "," before each group of three digits from the right.
     static QString _commaDelimitedSize(uint64_t value);
 
+    // The record (owned by this object). A sort reads many sizes in a row and
+    // asks for their records' memory ahead of time through this.
+    const RBSizeRecord *record() const { return myFSOSize.get(); }
+
     // What a folder walk found beyond the counters; nothing for other sizes.
     const std::optional<RBFolderWalkExtras> &walkExtras() const { return extras_; }
 
