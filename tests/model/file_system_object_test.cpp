@@ -451,6 +451,33 @@ TEST_F(RemoteFolder, SortingByNameAgreesWithThePairwiseComparator)
     }
 }
 
+TEST_F(RemoteFolder, SortingByDateAndSizeAgreesWithThePairwiseComparators)
+{
+    // Negative and extreme times, equal keys, sizes that are negative in the record (they widen with their sign).
+    const std::pair<int32_t, int32_t> values[] = {{5, 1},   {-5, -1},       {0, 0},        {INT32_MIN, 300},
+                                                  {5, 300}, {INT32_MAX, 2}, {-1, 1 << 20}, {0, 1}};
+    int number = 0;
+    for (const auto &[mtime, size] : values) {
+        const std::string name = "item" + std::to_string(number++);
+        add({name.c_str(), 2, 644, size, mtime});
+    }
+    rpf_diagnostics_set_stream(nullptr);
+    const auto object = RBFileSystemObject::newFSOWithCStruct(folder);
+    rpf_diagnostics_reset();
+    for (const int32_t attribute : {kRBSortByDate, kRBSortBySize}) {
+        for (const int32_t order : {0, 1}) {
+            object->setSortsByAttribute(kRBSortByName, 1); // back to one fixed order first
+            auto expected = object->actualContents();
+            std::stable_sort(expected.begin(), expected.end(), [attribute](const auto &a, const auto &b) {
+                return (attribute == kRBSortByDate ? a->_sortByDate(*b) : a->_sortBySize(*b)) < 0;
+            });
+            if (order == 1) std::reverse(expected.begin(), expected.end());
+            object->setSortsByAttribute(attribute, order);
+            EXPECT_EQ(object->actualContents(), expected) << attribute << "/" << order;
+        }
+    }
+}
+
 TEST_F(RemoteFolder, HidesIntoTheVisibleListWhateverSetIsHiddenSays)
 {
     for (const char *name : {"a", "b", "c", "d"})
