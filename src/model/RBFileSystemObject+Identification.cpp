@@ -27,7 +27,6 @@ namespace rk {
 namespace {
 
 constexpr OSType kApplicationType = 0x4150504C; // 'APPL'
-constexpr std::array<char, 4> kPEFSignature{'J', 'o', 'y', '!'};
 constexpr size_t kLinkBufferSize = 1024;
 
 // What identification needs to know about an item that exists: whether the
@@ -261,16 +260,7 @@ bool RBFileSystemObject::isCarbonApplication() const
     } else {
         executable = pathBytes(completePath());
     }
-    // Only a regular file is read, so a FIFO never blocks and a device is
-    // never read from.
-    const int fd = open(executable.constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-    if (fd < 0) return false;
-    std::array<char, 4> signature{};
-    struct stat status {};
-    const bool read = fstat(fd, &status) == 0 && S_ISREG(status.st_mode) &&
-                      pread(fd, signature.data(), signature.size(), 0) == static_cast<ssize_t>(signature.size());
-    close(fd);
-    return read && signature == kPEFSignature;
+    return platform::startsWithPEFSignature(executable.constData());
 }
 
 bool RBFileSystemObject::isInvisible() const

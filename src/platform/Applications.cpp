@@ -259,4 +259,17 @@ bool isExecutableProgram(const char *path)
     return result;
 }
 
+bool startsWithPEFSignature(const char *path)
+{
+    static constexpr std::array<char, 4> kPEFSignature{'J', 'o', 'y', '!'};
+    const int fd = open(path, O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (fd < 0) return false;
+    std::array<char, 4> signature{};
+    struct stat status {};
+    const bool read = fstat(fd, &status) == 0 && S_ISREG(status.st_mode) &&
+                      pread(fd, signature.data(), signature.size(), 0) == static_cast<ssize_t>(signature.size());
+    close(fd);
+    return read && signature == kPEFSignature;
+}
+
 } // namespace rk::platform

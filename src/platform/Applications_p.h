@@ -60,4 +60,10 @@ uint32_t folderItemFlags(const QByteArray &folder, const MountTable &mounts);
 // (bounded). false for anything else, unreadable, or not a regular file.
 bool isExecutableProgram(const char *path);
 
+// Whether the regular file at `path` begins with "Joy!", the signature of a
+// PEF (Carbon) executable. false when it cannot be read, is shorter than four
+// bytes, or is not a regular file (a FIFO is never waited on, a device never
+// read from).
+bool startsWithPEFSignature(const char *path);
+
 } // namespace rk::platform

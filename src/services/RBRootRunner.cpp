@@ -32,7 +32,6 @@ const char RBRootRunner::kLaunchCFMAppPath[] =
 namespace {
 
 constexpr uint32_t kApplicationType = 0x4150504C; // 'APPL'
-constexpr std::array<char, 4> kPEFSignature{'J', 'o', 'y', '!'};
 
 void sorry(const char *message)
 {
@@ -252,15 +251,7 @@ bool RBRootRunner::hasAuthorizationSession() const
 
 bool RBRootRunner::isCarbonAppAtPath(const QByteArray &path) const
 {
-    // Only a regular file is read, so a FIFO never blocks.
-    const int fd = open(path.constData(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-    if (fd < 0) return false;
-    std::array<char, 4> signature{};
-    struct stat status {};
-    const bool read = fstat(fd, &status) == 0 && S_ISREG(status.st_mode) &&
-                      pread(fd, signature.data(), signature.size(), 0) == static_cast<ssize_t>(signature.size());
-    close(fd);
-    return read && signature == kPEFSignature;
+    return platform::startsWithPEFSignature(path.constData());
 }
 
 bool RBRootRunner::openAsRoot(const QByteArray &executable, bool isCarbonApp)
