@@ -19,6 +19,7 @@
 #include <time.h>
 #include <unistd.h>
 #include "peer_clock.h"
+#include "linux_dirent.h"
 
 typedef struct entry {
     const char *name;
@@ -31,14 +32,6 @@ typedef struct entry {
     uint32_t links;
     uint32_t target_mode;
 } entry;
-
-struct linux_dirent64 {
-    uint64_t d_ino;
-    int64_t d_off;
-    unsigned short d_reclen;
-    unsigned char d_type;
-    char d_name[];
-};
 
 /* Texts go into big blocks that are never freed while the program runs. */
 static char *block, *block_end;

@@ -10,14 +10,7 @@
 #include <sys/syscall.h>
 #include <time.h>
 #include <unistd.h>
-
-struct linux_dirent64 {
-    uint64_t d_ino;
-    int64_t d_off;
-    unsigned short d_reclen;
-    unsigned char d_type;
-    char d_name[];
-};
+#include "linux_dirent.h"
 
 static uint64_t entries, bytes;
 
