@@ -41,12 +41,21 @@ public:
     ThreadSafeLogCapture(const ThreadSafeLogCapture &) = delete;
     ThreadSafeLogCapture &operator=(const ThreadSafeLogCapture &) = delete;
 
+    // Deep copies made under the lock: a shared copy would be released
+    // outside it while the handler grows the list on another thread.
     QStringList lines() const
     {
         const std::lock_guard lock(state().mutex);
-        return state().lines;
+        QStringList copy;
+        for (const QString &line : state().lines)
+            copy << QString(line.constData(), line.size());
+        return copy;
     }
-    int count(const QString &line) const { return static_cast<int>(lines().count(line)); }
+    int count(const QString &line) const
+    {
+        const std::lock_guard lock(state().mutex);
+        return static_cast<int>(state().lines.count(line));
+    }
 
 private:
     struct State {
