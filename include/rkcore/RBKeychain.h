@@ -39,6 +39,9 @@ public:
     static constexpr int32_t kItemNotFound = -25300;
     static constexpr int32_t kBufferTooSmall = -25301;
     static constexpr int32_t kNoDefaultKeychain = -25307;
+    static constexpr int32_t kInteractionNotAllowed = -25308; // the collection is locked (never prompted)
+    static constexpr int32_t kNotAvailable = -25291;          // any other failure of the store
+    static constexpr int32_t kNoErr = 0;
     // Longest password read back, in bytes.
     static constexpr int kPasswordBufferSize = 256;
 
@@ -72,6 +75,12 @@ public:
     // Deletes the generic item for host and user; answers whether one was
     // deleted. (The counterpart of deleteInternetPassword for generic items.)
     bool deleteGenericPasswordForHost(const QString &host, const QString &userName);
+
+    // The result code of the calling thread's last call above: kNoErr when it
+    // did what it was asked (a delete that found an item, a store, a read), else
+    // one of the codes above. Lets a caller tell "nothing to delete" from "no
+    // Secret Service" where the call itself answers nothing.
+    static int32_t lastResultCode();
 
     RBKeychain(const RBKeychain &) = delete;
     RBKeychain &operator=(const RBKeychain &) = delete;

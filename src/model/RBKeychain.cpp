@@ -16,6 +16,15 @@ using platform::SecretItemKey;
 // answering "duplicate" after that many rounds is given up on.
 constexpr int kMaxReplaceRounds = 3;
 
+thread_local int32_t lastStatus = RBKeychain::kNoErr;
+
+// Records `status` as the thread's last result and answers it.
+int32_t noted(int32_t status)
+{
+    lastStatus = status;
+    return status;
+}
+
 // The password's C-string form: its Latin-1 bytes up to the first NUL; none for
 // a null string or one with a character outside Latin-1.
 std::optional<QByteArray> cStringOf(const QString &password)
@@ -80,6 +89,11 @@ bool storeResult(int32_t status)
 
 } // namespace
 
+int32_t RBKeychain::lastResultCode()
+{
+    return lastStatus;
+}
+
 RBKeychain &RBKeychain::sharedKeychain()
 {
     static auto *instance = new RBKeychain; // never released
@@ -91,16 +105,18 @@ bool RBKeychain::setInternetPassword(const QString &password, const QString &hos
 {
     const std::optional<QByteArray> secret = cStringOf(password);
     if (!secret) {
+        noted(kNotAvailable);
         qCWarning(rkcoreLog, "Password C String All Fucked Up");
         return false;
     }
-    return storeResult(addReplacing(internetKey(host, userName, port), *secret));
+    return storeResult(noted(addReplacing(internetKey(host, userName, port), *secret)));
 }
 
 QString RBKeychain::findInternetPasswordForHost(const QString &host, const QString &userName, uint16_t port)
 {
     QByteArray buffer;
-    const int32_t status = platform::secretServiceFind(internetKey(host, userName, port), &buffer, kPasswordBufferSize);
+    const int32_t status =
+        noted(platform::secretServiceFind(internetKey(host, userName, port), &buffer, kPasswordBufferSize));
     if (status == platform::kKeychainNoErr) return textOf(buffer);
     if (logKnownFailure(status)) return {};
     return QStringLiteral(""); // the cleared buffer's text
@@ -110,26 +126,28 @@ void RBKeychain::deleteInternetPassword(const QString &password, const QString &
                                         uint16_t port)
 {
     if (!cStringOf(password)) {
+        noted(kNotAvailable);
         qCWarning(rkcoreLog, "Password C String All Fucked Up");
         return;
     }
-    (void)platform::secretServiceDelete(internetKey(host, userName, port));
+    (void)noted(platform::secretServiceDelete(internetKey(host, userName, port)));
 }
 
 bool RBKeychain::setGenericPassword(const QString &password, const QString &host, const QString &userName)
 {
     const std::optional<QByteArray> secret = cStringOf(password);
     if (!secret) {
+        noted(kNotAvailable);
         qCWarning(rkcoreLog, "Password C String was NULL");
         return false;
     }
-    return storeResult(addReplacing(genericKey(host, userName), *secret));
+    return storeResult(noted(addReplacing(genericKey(host, userName), *secret)));
 }
 
 QString RBKeychain::findGenericPasswordForHost(const QString &host, const QString &userName)
 {
     QByteArray buffer;
-    const int32_t status = platform::secretServiceFind(genericKey(host, userName), &buffer, kPasswordBufferSize);
+    const int32_t status = noted(platform::secretServiceFind(genericKey(host, userName), &buffer, kPasswordBufferSize));
     if (status != platform::kKeychainNoErr) {
         qCWarning(rkcoreLog, "Keychain Error : %d", static_cast<int>(status));
         return {};
@@ -139,7 +157,7 @@ QString RBKeychain::findGenericPasswordForHost(const QString &host, const QStrin
 
 bool RBKeychain::deleteGenericPasswordForHost(const QString &host, const QString &userName)
 {
-    return platform::secretServiceDelete(genericKey(host, userName)) == platform::kKeychainNoErr;
+    return noted(platform::secretServiceDelete(genericKey(host, userName))) == platform::kKeychainNoErr;
 }
 
 } // namespace rk
