@@ -21,8 +21,21 @@
 extern "C" {
 #endif
 
-/* Nine one-bit rights flags; the field index (0-8) in declaration order is the
- * argument of rpf_toggle_permission and rpf_check_for_permission. */
+/* The index of each rights flag: its field's place (0-8) in declaration order,
+ * the argument of rpf_toggle_permission and rpf_check_for_permission. */
+typedef enum rpf_permission_index {
+    RPF_PERM_USER_READ = 0,
+    RPF_PERM_USER_WRITE = 1,
+    RPF_PERM_USER_EXECUTE = 2,
+    RPF_PERM_GROUP_READ = 3,
+    RPF_PERM_GROUP_WRITE = 4,
+    RPF_PERM_GROUP_EXECUTE = 5,
+    RPF_PERM_WORLD_READ = 6,
+    RPF_PERM_WORLD_WRITE = 7,
+    RPF_PERM_WORLD_EXECUTE = 8
+} rpf_permission_index;
+
+/* Nine one-bit rights flags, in the order of rpf_permission_index. */
 typedef struct rpf_perms {
     unsigned int user_read : 1;     /* 0 */
     unsigned int user_write : 1;    /* 1 */

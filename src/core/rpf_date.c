@@ -5,7 +5,20 @@
 #include <stdlib.h>
 #include <string.h>
 
+#include "rpf_clock_p.h"
 #include "rpf_date_p.h"
+
+static time_t (*date_clock)(void) = NULL;
+
+void rpf_date_set_clock(time_t (*clock)(void))
+{
+    date_clock = clock;
+}
+
+time_t rpf_date_now(void)
+{
+    return date_clock != NULL ? date_clock() : time(NULL);
+}
 
 /* The date text of `when` as seen on `today`, written by strftime into
  * `buffer` (RPF_DATE_TEXT_SIZE bytes); its length (0 when it does not fit). */
@@ -24,7 +37,7 @@ static size_t format_date(const struct tm *when, const struct tm *today, char *b
 char *rpf_date_string_from_time_t(time_t t)
 {
     struct tm when, today;
-    time_t now = time(NULL);
+    time_t now = rpf_date_now();
     if (localtime_r(&t, &when) == NULL || localtime_r(&now, &today) == NULL) return NULL;
     char buffer[RPF_DATE_TEXT_SIZE];
     size_t length = format_date(&when, &today, buffer);
@@ -109,7 +122,7 @@ static long long floor_days(long long seconds)
 const rpf_date_day *rpf_date_cache_day(rpf_date_cache *cache, time_t t)
 {
     if (cache->state == 0) {
-        time_t now = time(NULL);
+        time_t now = rpf_date_now();
         cache->state = localtime_r(&now, &cache->today) == NULL ? -1 : 1;
         cache->days = cache->first;
         cache->capacity = RPF_DATE_FIRST_DAYS;
@@ -203,7 +216,7 @@ time_t rpf_date_ls_date_to_time_t(const char *s)
     enum { LAYOUT_LENGTH = 12 };
     if (s == NULL || strnlen(s, LAYOUT_LENGTH) < LAYOUT_LENGTH) return 0;
 
-    time_t now = time(NULL);
+    time_t now = rpf_date_now();
     struct tm fields;
     if (localtime_r(&now, &fields) == NULL) return -1;
 

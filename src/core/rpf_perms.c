@@ -54,15 +54,15 @@ void rpf_toggle_permission(int index, rpf_perms *perms)
 {
     if (perms == NULL) return;
     switch (index) {
-    case 0: perms->user_read ^= 1U; break;
-    case 1: perms->user_write ^= 1U; break;
-    case 2: perms->user_execute ^= 1U; break;
-    case 3: perms->group_read ^= 1U; break;
-    case 4: perms->group_write ^= 1U; break;
-    case 5: perms->group_execute ^= 1U; break;
-    case 6: perms->world_read ^= 1U; break;
-    case 7: perms->world_write ^= 1U; break;
-    case 8: perms->world_execute ^= 1U; break;
+    case RPF_PERM_USER_READ: perms->user_read ^= 1U; break;
+    case RPF_PERM_USER_WRITE: perms->user_write ^= 1U; break;
+    case RPF_PERM_USER_EXECUTE: perms->user_execute ^= 1U; break;
+    case RPF_PERM_GROUP_READ: perms->group_read ^= 1U; break;
+    case RPF_PERM_GROUP_WRITE: perms->group_write ^= 1U; break;
+    case RPF_PERM_GROUP_EXECUTE: perms->group_execute ^= 1U; break;
+    case RPF_PERM_WORLD_READ: perms->world_read ^= 1U; break;
+    case RPF_PERM_WORLD_WRITE: perms->world_write ^= 1U; break;
+    case RPF_PERM_WORLD_EXECUTE: perms->world_execute ^= 1U; break;
     default: break;
     }
 }
@@ -71,15 +71,15 @@ int rpf_check_for_permission(int index, const rpf_perms *perms)
 {
     if (perms == NULL) return 0;
     switch (index) {
-    case 0: return perms->user_read;
-    case 1: return perms->user_write;
-    case 2: return perms->user_execute;
-    case 3: return perms->group_read;
-    case 4: return perms->group_write;
-    case 5: return perms->group_execute;
-    case 6: return perms->world_read;
-    case 7: return perms->world_write;
-    case 8: return perms->world_execute;
+    case RPF_PERM_USER_READ: return perms->user_read;
+    case RPF_PERM_USER_WRITE: return perms->user_write;
+    case RPF_PERM_USER_EXECUTE: return perms->user_execute;
+    case RPF_PERM_GROUP_READ: return perms->group_read;
+    case RPF_PERM_GROUP_WRITE: return perms->group_write;
+    case RPF_PERM_GROUP_EXECUTE: return perms->group_execute;
+    case RPF_PERM_WORLD_READ: return perms->world_read;
+    case RPF_PERM_WORLD_WRITE: return perms->world_write;
+    case RPF_PERM_WORLD_EXECUTE: return perms->world_execute;
     default: return 0;
     }
 }

@@ -1,4 +1,5 @@
 #include <rkcore/PropertyList.h>
+#include <rkcore/rpf_memory.h>
 
 #include <QDateTime>
 #include <QFile>
@@ -25,10 +26,7 @@ struct PlistDeleter {
 };
 using PlistPtr = std::unique_ptr<void, PlistDeleter>;
 
-struct FreeDeleter {
-    void operator()(void *p) const { std::free(p); } // NOLINT(cppcoreguidelines-no-malloc)
-};
-template <typename T> using Malloced = std::unique_ptr<T, FreeDeleter>;
+using rpf::Malloced;
 
 std::optional<QVariant> toVariant(plist_t node, int depth);
 

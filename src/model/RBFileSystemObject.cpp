@@ -8,6 +8,7 @@
 #include <rkcore/AssertionFailure.h>
 #include <rkcore/Logging.h>
 #include <rkcore/rpf_diagnostics.h>
+#include <rkcore/rpf_memory.h>
 #include <rkcore/rpf_path.h>
 #include <rkcore/rpf_perms.h>
 
@@ -56,10 +57,7 @@ int32_t carbonErrorFor(int error)
     }
 }
 
-struct FreeDeleter {
-    void operator()(char *text) const { std::free(text); } // NOLINT(cppcoreguidelines-no-malloc)
-};
-using CoreText = std::unique_ptr<char, FreeDeleter>;
+using CoreText = rpf::Text;
 
 // Keys whose value is a text: the record's own, or a new one the caller frees.
 bool isRecordTextKey(int32_t key)

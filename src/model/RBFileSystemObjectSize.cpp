@@ -1,5 +1,6 @@
 // A size record and its texts.
 #include <rkcore/RBFileSystemObjectSize.h>
+#include <rkcore/rpf_memory.h>
 #include <rkcore/rpf_size.h>
 
 #include <array>
@@ -11,15 +12,10 @@ namespace rk {
 
 namespace {
 
-struct FreeText {
-    void operator()(char *text) const { std::free(text); }
-};
-
 // The core's unit text of `value` ("1.5KB"); empty when memory ran out.
 QString unitText(uint64_t value)
 {
-    const std::unique_ptr<char, FreeText> text(
-        _format_size(static_cast<uint32_t>(value & 0xffffffffU), static_cast<uint32_t>(value >> 32U)));
+    const rpf::Text text(_format_size(static_cast<uint32_t>(value & 0xffffffffU), static_cast<uint32_t>(value >> 32U)));
     return text ? QString::fromUtf8(text.get()) : QString();
 }
 

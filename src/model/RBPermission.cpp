@@ -1,30 +1,8 @@
 #include <rkcore/RBPermission.h>
-
-#include <cstdlib>
-#include <memory>
+#include <rkcore/rpf_memory.h>
+#include <rkcore/rpf_perms.h>
 
 namespace rk {
-
-namespace {
-
-// Record field indexes, as rpf_toggle_permission numbers them.
-enum Field : int {
-    UserRead = 0,
-    UserWrite,
-    UserExecute,
-    GroupRead,
-    GroupWrite,
-    GroupExecute,
-    WorldRead,
-    WorldWrite,
-    WorldExecute
-};
-
-struct FreeDeleter {
-    void operator()(char *text) const { std::free(text); } // NOLINT(cppcoreguidelines-no-malloc)
-};
-
-} // namespace
 
 RBPermission::RBPermission(Tag /*unused*/, rpf_perms *perms) : _perms(perms)
 {
@@ -75,7 +53,7 @@ QString RBPermission::stringValue() const
 
 QString RBPermission::octalToString(int32_t octal)
 {
-    const std::unique_ptr<char, FreeDeleter> text(rpf_permissions_octal_to_string(octal));
+    const rpf::Text text(rpf_permissions_octal_to_string(octal));
     return text ? QString::fromLatin1(text.get()) : QString();
 }
 
@@ -111,39 +89,39 @@ void RBPermission::toggleSgidBit()
 }
 void RBPermission::toggleUserRead()
 {
-    toggle(UserRead);
+    toggle(RPF_PERM_USER_READ);
 }
 void RBPermission::toggleUserWrite()
 {
-    toggle(UserWrite);
+    toggle(RPF_PERM_USER_WRITE);
 }
 void RBPermission::toggleUserExecute()
 {
-    toggle(UserExecute);
+    toggle(RPF_PERM_USER_EXECUTE);
 }
 void RBPermission::toggleGroupRead()
 {
-    toggle(GroupRead);
+    toggle(RPF_PERM_GROUP_READ);
 }
 void RBPermission::toggleGroupWrite()
 {
-    toggle(GroupWrite);
+    toggle(RPF_PERM_GROUP_WRITE);
 }
 void RBPermission::toggleGroupExecute()
 {
-    toggle(GroupExecute);
+    toggle(RPF_PERM_GROUP_EXECUTE);
 }
 void RBPermission::toggleWorldRead()
 {
-    toggle(WorldRead);
+    toggle(RPF_PERM_WORLD_READ);
 }
 void RBPermission::toggleWorldWrite()
 {
-    toggle(WorldWrite);
+    toggle(RPF_PERM_WORLD_WRITE);
 }
 void RBPermission::toggleWorldExecute()
 {
-    toggle(WorldExecute);
+    toggle(RPF_PERM_WORLD_EXECUTE);
 }
 
 bool RBPermission::hasStickyBit() const
@@ -160,39 +138,39 @@ bool RBPermission::hasSgidBit() const
 }
 bool RBPermission::userCanRead() const
 {
-    return check(UserRead);
+    return check(RPF_PERM_USER_READ);
 }
 bool RBPermission::userCanWrite() const
 {
-    return check(UserWrite);
+    return check(RPF_PERM_USER_WRITE);
 }
 bool RBPermission::userCanExecute() const
 {
-    return check(UserExecute);
+    return check(RPF_PERM_USER_EXECUTE);
 }
 bool RBPermission::groupCanRead() const
 {
-    return check(GroupRead);
+    return check(RPF_PERM_GROUP_READ);
 }
 bool RBPermission::groupCanWrite() const
 {
-    return check(GroupWrite);
+    return check(RPF_PERM_GROUP_WRITE);
 }
 bool RBPermission::groupCanExecute() const
 {
-    return check(GroupExecute);
+    return check(RPF_PERM_GROUP_EXECUTE);
 }
 bool RBPermission::worldCanRead() const
 {
-    return check(WorldRead);
+    return check(RPF_PERM_WORLD_READ);
 }
 bool RBPermission::worldCanWrite() const
 {
-    return check(WorldWrite);
+    return check(RPF_PERM_WORLD_WRITE);
 }
 bool RBPermission::worldCanExecute() const
 {
-    return check(WorldExecute);
+    return check(RPF_PERM_WORLD_EXECUTE);
 }
 
 } // namespace rk

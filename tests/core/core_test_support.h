@@ -1,18 +1,14 @@
 // Helpers shared by the core tests.
 #pragma once
 
-#include <cstdlib>
-#include <memory>
+#include <rkcore/rpf_memory.h>
+
 #include <string>
 
 namespace rktest {
 
-struct FreeDeleter {
-    void operator()(void *p) const { std::free(p); }
-};
-
 // Takes ownership of a malloc'd text from the core.
-using Text = std::unique_ptr<char, FreeDeleter>;
+using Text = rpf::Text;
 
 // The core's text as a std::string; "<null>" for a null text (so tables can
 // say so), freeing it.

@@ -9,6 +9,7 @@
 #include <string>
 #include <tuple>
 
+#include "../../src/core/rpf_clock_p.h"
 #include "core_test_support.h"
 
 using rktest::take;
@@ -29,35 +30,53 @@ std::string formatted(time_t t, const char *format)
     return {buffer.data(), std::strftime(buffer.data(), buffer.size(), format, &fields)};
 }
 
-// Noon today, local time, so that a day either way stays in range.
-time_t todayAt(int hour, int dayOffset = 0)
+// A fixed local time: the core's clock reads `fixedNow` while a test runs.
+time_t fixedNow = 0;
+time_t fixedClock()
 {
-    std::tm fields = localFields(std::time(nullptr));
+    return fixedNow;
+}
+
+time_t localTime(int year, int month, int day, int hour)
+{
+    std::tm fields{};
+    fields.tm_year = year - 1900;
+    fields.tm_mon = month - 1;
+    fields.tm_mday = day;
     fields.tm_hour = hour;
-    fields.tm_min = 0;
-    fields.tm_sec = 0;
-    fields.tm_mday += dayOffset;
     fields.tm_isdst = -1;
     return std::mktime(&fields);
 }
 
-TEST(DateText, TodayYesterdayAndFullForm)
+// Fixes "now" for the core's date functions for the test's lifetime.
+class FixedClock : public ::testing::Test {
+protected:
+    void SetUp() override { rpf_date_set_clock(fixedClock); }
+    void TearDown() override { rpf_date_set_clock(nullptr); }
+    static void setNow(time_t now) { fixedNow = now; }
+};
+
+using DateText = FixedClock;
+
+TEST_F(DateText, TodayYesterdayAndFullForm)
 {
-    const time_t now = std::time(nullptr);
-    EXPECT_EQ(take(rpf_date_string_from_time_t(now)), formatted(now, "Today, %T"));
-    const std::tm today = localFields(now);
-    const time_t yesterday = todayAt(12, -1);
-    if (today.tm_mday > 1) {
-        EXPECT_EQ(take(rpf_date_string_from_time_t(yesterday)), formatted(yesterday, "Yesterday, %T"));
-    } else {
-        // On the first of a month the last day of the previous month keeps the full form.
-        EXPECT_EQ(take(rpf_date_string_from_time_t(yesterday)), formatted(yesterday, "%a, %b %d, %Y, %T"));
-    }
+    setNow(localTime(2026, 3, 15, 12));
+    const time_t morning = localTime(2026, 3, 15, 0);
+    const time_t lateEvening = localTime(2026, 3, 15, 23);
+    const time_t yesterday = localTime(2026, 3, 14, 12);
     const time_t old = 1105785000; // January 2005
+    EXPECT_EQ(take(rpf_date_string_from_time_t(morning)), formatted(morning, "Today, %T"));
+    EXPECT_EQ(take(rpf_date_string_from_time_t(lateEvening)), formatted(lateEvening, "Today, %T"));
+    EXPECT_EQ(take(rpf_date_string_from_time_t(yesterday)), formatted(yesterday, "Yesterday, %T"));
     EXPECT_EQ(take(rpf_date_string_from_time_t(old)), formatted(old, "%a, %b %d, %Y, %T"));
-    // Later today is still "Today".
-    const time_t later = todayAt(23);
-    EXPECT_EQ(take(rpf_date_string_from_time_t(later)), formatted(later, "Today, %T"));
+}
+
+TEST_F(DateText, OnTheFirstOfAMonthTheDayBeforeKeepsTheFullForm)
+{
+    setNow(localTime(2026, 4, 1, 0));
+    const time_t lastOfMarch = localTime(2026, 3, 31, 23);
+    EXPECT_EQ(take(rpf_date_string_from_time_t(lastOfMarch)), formatted(lastOfMarch, "%a, %b %d, %Y, %T"));
+    EXPECT_EQ(take(rpf_date_string_from_time_t(fixedNow)), formatted(fixedNow, "Today, %T"));
 }
 
 std::tm parsedFields(const char *text)
@@ -87,9 +106,12 @@ TEST(ListingDate, MonthDecisionTable)
         EXPECT_EQ(parsedFields(row.text).tm_mon, row.month) << row.text;
 }
 
-TEST(ListingDate, TimeFormYearFollowsTheCurrentMonth)
+using ListingDateNow = FixedClock;
+
+TEST_F(ListingDateNow, TimeFormYearFollowsTheCurrentMonth)
 {
-    const std::tm now = localFields(std::time(nullptr));
+    setNow(localTime(2026, 6, 15, 12));
+    const std::tm now = localFields(fixedNow);
     static const char *const names[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                         "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
     for (int month = 0; month < 12; ++month) {
