@@ -15,6 +15,7 @@
 #include <fstream>
 #include <thread>
 
+#include "../../src/core/rpf_clock_p.h"
 #include "fso_test_support.h"
 
 using namespace rktest;
@@ -257,7 +258,8 @@ TEST_F(FsoLocal, DatesOfManyDaysAgreeWithTheDateTextOfEachTime)
     const std::string saved = zone == nullptr ? "" : zone;
     setenv("TZ", "CET-1CEST,M3.5.0,M10.5.0/3", 1);
     tzset();
-    const time_t now = time(nullptr);
+    constexpr time_t now = 1729990000; // fixed on a daylight-saving change day
+    rpf_date_set_clock([] { return now; });
     std::vector<time_t> times = {now,        now - 86400, now + 3600, 0,          -1,         time_t{-86400} * 365,
                                  1711846799, 1711846800,  1711843200, 1711929599, 1729989000, 1729992600,
                                  1729990800, 1729987199,  1729900800, 1730000000, 2147483647, 1704063599,
@@ -272,6 +274,7 @@ TEST_F(FsoLocal, DatesOfManyDaysAgreeWithTheDateTextOfEachTime)
     }
     Tree record;
     expectFolderAgrees(dir, record); // each date text equals rpf_date_string_from_time_t of its time
+    rpf_date_set_clock(nullptr);
     zone == nullptr ? unsetenv("TZ") : setenv("TZ", saved.c_str(), 1);
     tzset();
 }
