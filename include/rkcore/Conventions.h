@@ -41,6 +41,17 @@
 // Secrets
 //   No password is ever written to a log, a diagnostic or an encapsulated URL
 //   text, except where a header says so explicitly (RBURL::dump).
+//   The C core's tracing functions (the AFP and SMB URL parsers above all)
+//   write to standard output, password included, when the application calls
+//   them directly (rkcore/rpf_diagnostics.h chooses another stream). When an
+//   object-layer call runs them (RBURL's factories and copy), their traces of
+//   that call go instead to the "rkcore" category at debug level (off unless
+//   enabled, e.g. QT_LOGGING_RULES="rkcore.debug=true"), one message per line,
+//   with every occurrence of the password and what the traces show of it (its
+//   length, its last character) replaced by "********". The redirection is the
+//   calling thread's own (rpf_diagnostics_set_thread_callback): two threads
+//   parsing at once each log only their own traces, and the process-wide
+//   setting stays as the application made it.
 #pragma once
 
 #include <rkcore/rkcore_export.h>
