@@ -27,8 +27,12 @@
 //   record answer the object's own (do not free it).
 //
 // Failure
-//   Run-time failures answer nullptr, a null QString, false or 0, and write one
-//   line to the "rkcore" logging category (rkcore/Logging.h). Programming
+//   Run-time failures answer nullptr, a null QString, false or 0. Where a
+//   class's header names a message for a failure, that one line is written to
+//   the "rkcore" logging category (rkcore/Logging.h), with the header's exact
+//   text; where it names none, the answer alone reports it and nothing is
+//   logged (the labels and aliases, a text that does not parse, a volume whose
+//   figures cannot be read: their callers expect a quiet nil). Programming
 //   errors (a required argument missing) throw rk::AssertionFailure
 //   (rkcore/AssertionFailure.h). Nothing else throws, and no exception crosses
 //   into the C core.
