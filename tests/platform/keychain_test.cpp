@@ -180,10 +180,11 @@ TEST_F(Keychain, PasswordsAreUtf8CStringsOfAtMost256Bytes)
             EXPECT_EQ(keychain.findGenericPasswordForHost(host, "u"), readBack) << label;
             continue;
         }
-        expectLogged([&] { EXPECT_FALSE(keychain.setInternetPassword(stored, host, "u", 21)); },
+        const QString &refused = stored; // a lambda may not capture a structured binding (before clang 16)
+        expectLogged([&] { EXPECT_FALSE(keychain.setInternetPassword(refused, host, "u", 21)); },
                      "Password C String All Fucked Up", label);
         EXPECT_EQ(RBKeychain::lastResultCode(), RBKeychain::kNotAvailable) << label;
-        expectLogged([&] { EXPECT_FALSE(keychain.setGenericPassword(stored, host, "u")); },
+        expectLogged([&] { EXPECT_FALSE(keychain.setGenericPassword(refused, host, "u")); },
                      "Password C String was NULL", label);
     }
     // Longer ones are stored, but not read back.
@@ -392,7 +393,7 @@ void expectChildPasses(int32_t expected, QProcessEnvironment environment, const 
 // A session bus that names no service directory, so that nothing (no prompter) is ever activated.
 QString writeBusConfig(const QTemporaryDir &directory)
 {
-    const QString path = directory.filePath("bus.conf");
+    QString path = directory.filePath("bus.conf");
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly)) return {};
     file.write("<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\"\n"
