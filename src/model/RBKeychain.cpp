@@ -56,7 +56,8 @@ bool logKnownFailure(int32_t status)
 }
 
 // Codes the store does not tell apart (a locked collection, any other
-// failure) still leave a line, with the code, as every run-time failure does.
+// failure) still leave a line with the code: the answer alone (stored, "")
+// does not show them.
 void logOtherFailure(int32_t status)
 {
     if (status != keychain::kNoErr) qCWarning(rkcoreLog, "Keychain Error : %d", static_cast<int>(status));
