@@ -62,7 +62,9 @@ struct RevealingLine {
 
 const QList<RevealingLine> &revealingLines()
 {
-    static const QList<RevealingLine> lines = {
+    // One set per thread: QRegularExpression is reentrant, not documented
+    // as safe to share between threads.
+    thread_local const QList<RevealingLine> lines = {
         {QRegularExpression(QStringLiteral("^(.* : Password is ).* and is -?\\d+ characters long$")),
          QStringLiteral("\\1%1 and is %1 characters long").arg(QLatin1String(kSecretMask))},
         {QRegularExpression(QStringLiteral("^(Last Char is : ).*$")),
