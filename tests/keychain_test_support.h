@@ -8,13 +8,18 @@
 
 namespace rktest {
 
-// True when a session bus is there to reach (scripts/test starts one with an unlocked keyring).
-inline bool hasSessionBus()
+// True inside the private session scripts/test starts (its own bus and an
+// unlocked keyring in a temporary home, marked by RKCORE_PRIVATE_SESSION=1):
+// the only place keychain tests may run, so that none ever touches the keyring
+// of the person running them.
+inline bool inPrivateSession()
 {
-    return !qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS");
+    return qEnvironmentVariable("RKCORE_PRIVATE_SESSION") == QLatin1String("1") &&
+           !qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS");
 }
 
-inline constexpr const char *kNeedsSessionBus = "needs a session bus with a Secret Service (scripts/test starts one)";
+inline constexpr const char *kNeedsPrivateSession =
+    "needs the private session with a Secret Service that scripts/test starts (RKCORE_PRIVATE_SESSION=1)";
 
 // A host name of the running test's own, so that tests never touch each other's (or anybody's) items.
 inline QString uniqueTestHost()

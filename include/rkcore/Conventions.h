@@ -27,8 +27,12 @@
 //   record answer the object's own (do not free it).
 //
 // Failure
-//   Run-time failures answer nullptr, a null QString, false or 0, and write one
-//   line to the "rkcore" logging category (rkcore/Logging.h). Programming
+//   Run-time failures answer nullptr, a null QString, false or 0. Where a
+//   class's header names a message for a failure, that one line is written to
+//   the "rkcore" logging category (rkcore/Logging.h), with the header's exact
+//   text; where it names none, the answer alone reports it and nothing is
+//   logged (the labels and aliases, a text that does not parse, a volume whose
+//   figures cannot be read: their callers expect a quiet nil). Programming
 //   errors (a required argument missing) throw rk::AssertionFailure
 //   (rkcore/AssertionFailure.h). Nothing else throws, and no exception crosses
 //   into the C core.
@@ -41,6 +45,17 @@
 // Secrets
 //   No password is ever written to a log, a diagnostic or an encapsulated URL
 //   text, except where a header says so explicitly (RBURL::dump).
+//   The C core's tracing functions (the AFP and SMB URL parsers above all)
+//   write to standard output, password included, when the application calls
+//   them directly (rkcore/rpf_diagnostics.h chooses another stream). When an
+//   object-layer call runs them (RBURL's factories and copy), their traces of
+//   that call go instead to the "rkcore" category at debug level (off unless
+//   enabled, e.g. QT_LOGGING_RULES="rkcore.debug=true"), one message per line,
+//   with every occurrence of the password and what the traces show of it (its
+//   length, its last character) replaced by "********". The redirection is the
+//   calling thread's own (rpf_diagnostics_set_thread_callback): two threads
+//   parsing at once each log only their own traces, and the process-wide
+//   setting stays as the application made it.
 #pragma once
 
 #include <rkcore/rkcore_export.h>

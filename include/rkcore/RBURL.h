@@ -9,7 +9,12 @@
 //
 // Secrets: urlAsString() carries the password (it is the full form); the clean,
 // pathless and encapsulated forms never do. dump() logs the password on its
-// "Password" line, and nothing else in this class logs one.
+// "Password" line, and nothing else in this class logs one. The core's AFP and
+// SMB parsers trace every step, the password included; when this class parses
+// (initWithString, initWithRavixURLString, newURLByAppending, copy) those
+// traces go to the rkcore category at debug level with the password, its
+// length and its last character masked as "********", never to standard
+// output (see Conventions.h, "Secrets").
 #pragma once
 
 #include <QString>

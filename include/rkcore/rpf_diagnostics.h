@@ -5,8 +5,12 @@
  * the listing code always has. An application or tool can send those lines to
  * another stream or to a callback instead.
  *
- * Thread: the setting is process-wide; change it before core functions run on
- * other threads (it is read without a lock).
+ * Thread: the process-wide setting (the first three functions below) is read
+ * without a lock: change it before core functions run on other threads. A
+ * thread may override it for itself alone (rpf_diagnostics_set_thread_callback):
+ * while its override is set, everything the core writes on that thread goes
+ * there, and other threads are not affected. The object layer uses this to keep
+ * the URL parsers' traces of its own calls off standard output.
  */
 #ifndef RKCORE_RPF_DIAGNOSTICS_H
 #define RKCORE_RPF_DIAGNOSTICS_H
@@ -32,6 +36,20 @@ RPF_EXPORT void rpf_diagnostics_set_callback(rpf_diagnostic_callback callback, v
 
 /* Back to the default: standard output. */
 RPF_EXPORT void rpf_diagnostics_reset(void);
+
+/* Diagnostics written on the calling thread go to `callback` with `context`,
+ * whatever the process-wide setting says; a null callback discards them. The
+ * override lasts until rpf_diagnostics_clear_thread_callback on the same
+ * thread (a thread that ends with it set leaves nothing behind). */
+RPF_EXPORT void rpf_diagnostics_set_thread_callback(rpf_diagnostic_callback callback, void *context);
+
+/* Removes the calling thread's override: it follows the process-wide setting again. */
+RPF_EXPORT void rpf_diagnostics_clear_thread_callback(void);
+
+/* 1 when the calling thread has an override, with its callback and context
+ * stored through the non-null pointers; 0 (nothing stored) when it has none.
+ * Lets a caller that sets an override restore the one it found. */
+RPF_EXPORT int rpf_diagnostics_get_thread_callback(rpf_diagnostic_callback *callback, void **context);
 
 /* Writes `line` and a newline as a diagnostic, as puts() would: the object
  * layer's standard-output lines go the same way as the core's. Null is

@@ -137,6 +137,11 @@ RPF_EXPORT extern const char urlFormat[];
 
 /* 1 when the port differs from the scheme's default (FTP, SFTP, AFP, SMB);
  * 0 for every other type and for null. */
+/* The default port of a scheme code (the table above: 21, 22, 548, 139); 0
+ * for a local file and for codes that name no scheme. The one place the
+ * object layer and the tool ask. */
+RPF_EXPORT int32_t rpf_url_default_port(int32_t type);
+
 RPF_EXPORT int rpf_url_hasUniquePort(const rpf_url *url);
 
 /* Full text, password included. */

@@ -2,7 +2,8 @@
 # the calling script so that it can be stopped by PID:
 #   an X server (Xvfb), a private session D-Bus with no service directories
 #   (so nothing is auto-activated and no prompt can hang a test), an unlocked
-#   gnome-keyring, and the openbox window manager.
+#   gnome-keyring, and the openbox window manager. RKCORE_PRIVATE_SESSION=1 marks
+#   the session as this private one (the keychain tests need it).
 # HOME and the XDG directories point into a fresh temporary directory.
 # Source this file, call session_start, and session_stop on exit.
 
@@ -50,6 +51,9 @@ CONF
   session_pids+=($!)
   session_wait_for 20 test -s "$SESSION_DIR/bus.addr"
   export DBUS_SESSION_BUS_ADDRESS="$(head -n1 "$SESSION_DIR/bus.addr")"
+  # The marker the keychain tests look for: they store, read and delete items,
+  # so they run only on this private bus and keyring, never on the user's own.
+  export RKCORE_PRIVATE_SESSION=1
 
   # The keyring reads its unlock password from standard input, which must not be empty.
   echo | gnome-keyring-daemon --foreground --unlock --components=secrets \
@@ -70,6 +74,7 @@ session_stop() {
     wait "${session_pids[index]}" 2>/dev/null || true
   done
   session_pids=()
+  unset RKCORE_PRIVATE_SESSION
   [ -n "${SESSION_DIR:-}" ] && rm -rf "$SESSION_DIR"
   SESSION_DIR=""
 }

@@ -40,16 +40,22 @@ static const char *or_empty(const char *text)
     return text == NULL ? "" : text;
 }
 
+int32_t rpf_url_default_port(int32_t type)
+{
+    switch (type) {
+    case RPF_URL_TYPE_FTP: return RPF_URL_PORT_FTP;
+    case RPF_URL_TYPE_SFTP: return RPF_URL_PORT_SFTP;
+    case RPF_URL_TYPE_AFP: return RPF_URL_PORT_AFP;
+    case RPF_URL_TYPE_SMB: return RPF_URL_PORT_SMB;
+    default: return 0;
+    }
+}
+
 int rpf_url_hasUniquePort(const rpf_url *url)
 {
     if (url == NULL) return 0;
-    switch (url->type) {
-    case RPF_URL_TYPE_FTP: return url->port != RPF_URL_PORT_FTP;
-    case RPF_URL_TYPE_SFTP: return url->port != RPF_URL_PORT_SFTP;
-    case RPF_URL_TYPE_AFP: return url->port != RPF_URL_PORT_AFP;
-    case RPF_URL_TYPE_SMB: return url->port != RPF_URL_PORT_SMB;
-    default: return 0;
-    }
+    const int32_t standard = rpf_url_default_port(url->type);
+    return standard != 0 && url->port != standard;
 }
 
 /* The (anonymous or registered) text of a remote record, with `password` in
@@ -126,10 +132,7 @@ char *rpf_url_string(const rpf_url *url)
     /* The room the text would have had: its length without the port, plus
      * the port allowance of its scheme. */
     rpf_url portless = *url;
-    portless.port = url->type == RPF_URL_TYPE_FTP    ? RPF_URL_PORT_FTP
-                    : url->type == RPF_URL_TYPE_SFTP ? RPF_URL_PORT_SFTP
-                    : url->type == RPF_URL_TYPE_AFP  ? RPF_URL_PORT_AFP
-                                                     : RPF_URL_PORT_SMB;
+    portless.port = rpf_url_default_port(url->type); /* a remote scheme here: checked_prefix let it through */
     char *short_text = format_remote(&portless, prefix, password, 1);
     if (short_text == NULL) {
         free(text);

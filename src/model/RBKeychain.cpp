@@ -25,25 +25,23 @@ int32_t noted(int32_t status)
     return status;
 }
 
-// The password's C-string form: its Latin-1 bytes up to the first NUL; none for
-// a null string or one with a character outside Latin-1.
+// The password's C-string form: its UTF-8 bytes up to the first NUL; none for a
+// null string or one with an unpaired surrogate (no UTF-8 form).
 std::optional<QByteArray> cStringOf(const QString &password)
 {
-    if (password.isNull()) return std::nullopt;
-    for (const QChar character : password) {
-        if (character.unicode() > 0xFF) return std::nullopt;
-    }
-    QByteArray bytes = password.toLatin1();
+    if (password.isNull() || !password.isValidUtf16()) return std::nullopt;
+    QByteArray bytes = password.toUtf8();
     const qsizetype terminator = bytes.indexOf('\0');
     if (terminator >= 0) bytes.truncate(terminator);
     return bytes;
 }
 
-// The text of a read-back buffer: Latin-1 up to the first NUL.
+// The text of a read-back buffer: UTF-8 up to the first NUL (bytes that are
+// not UTF-8 read as replacement characters).
 QString textOf(const QByteArray &buffer)
 {
     const qsizetype terminator = buffer.indexOf('\0');
-    return QString::fromLatin1(terminator >= 0 ? buffer.left(terminator) : buffer);
+    return QString::fromUtf8(terminator >= 0 ? buffer.left(terminator) : buffer);
 }
 
 // Logs the message of the codes the store tells apart; false for any other.
@@ -55,6 +53,14 @@ bool logKnownFailure(int32_t status)
     case RBKeychain::kNoDefaultKeychain: qCWarning(rkcoreLog, "RBKeychain : No Default Keychain"); return true;
     default: return false;
     }
+}
+
+// Codes the store does not tell apart (a locked collection, any other
+// failure) still leave a line with the code: the answer alone (stored, "")
+// does not show them.
+void logOtherFailure(int32_t status)
+{
+    if (status != keychain::kNoErr) qCWarning(rkcoreLog, "Keychain Error : %d", static_cast<int>(status));
 }
 
 SecretItemKey internetKey(const QString &host, const QString &userName, uint16_t port)
@@ -82,9 +88,21 @@ int32_t addReplacing(const SecretItemKey &key, const QByteArray &secret)
 // The store's answer to an add: YES on success and on codes it does not tell apart.
 bool storeResult(int32_t status)
 {
-    if (status == platform::kKeychainNoErr) return true;
-    if (status == RBKeychain::kDuplicateItem) return false;
-    return !logKnownFailure(status);
+    if (status == keychain::kNoErr) return true;
+    if (logKnownFailure(status)) return false;
+    logOtherFailure(status);
+    // A duplicate that could not be replaced is not stored; other codes count
+    // as stored, deliberately (lastResultCode tells the truth).
+    return status != RBKeychain::kDuplicateItem;
+}
+
+// Whether a delete removed an item. Nothing to delete is no failure of the
+// store and logs nothing; a store that could not be asked logs why.
+bool deleteResult(int32_t status)
+{
+    if (status == keychain::kNoErr) return true;
+    if (status != keychain::kItemNotFound && !logKnownFailure(status)) logOtherFailure(status);
+    return false;
 }
 
 } // namespace
@@ -117,8 +135,9 @@ QString RBKeychain::findInternetPasswordForHost(const QString &host, const QStri
     QByteArray buffer;
     const int32_t status =
         noted(platform::secretServiceFind(internetKey(host, userName, port), &buffer, kPasswordBufferSize));
-    if (status == platform::kKeychainNoErr) return textOf(buffer);
+    if (status == keychain::kNoErr) return textOf(buffer);
     if (logKnownFailure(status)) return {};
+    logOtherFailure(status);
     return QStringLiteral(""); // the cleared buffer's text
 }
 
@@ -130,7 +149,7 @@ void RBKeychain::deleteInternetPassword(const QString &password, const QString &
         qCWarning(rkcoreLog, "Password C String All Fucked Up");
         return;
     }
-    (void)noted(platform::secretServiceDelete(internetKey(host, userName, port)));
+    deleteResult(noted(platform::secretServiceDelete(internetKey(host, userName, port))));
 }
 
 bool RBKeychain::setGenericPassword(const QString &password, const QString &host, const QString &userName)
@@ -148,7 +167,7 @@ QString RBKeychain::findGenericPasswordForHost(const QString &host, const QStrin
 {
     QByteArray buffer;
     const int32_t status = noted(platform::secretServiceFind(genericKey(host, userName), &buffer, kPasswordBufferSize));
-    if (status != platform::kKeychainNoErr) {
+    if (status != keychain::kNoErr) {
         qCWarning(rkcoreLog, "Keychain Error : %d", static_cast<int>(status));
         return {};
     }
@@ -157,7 +176,7 @@ QString RBKeychain::findGenericPasswordForHost(const QString &host, const QStrin
 
 bool RBKeychain::deleteGenericPasswordForHost(const QString &host, const QString &userName)
 {
-    return noted(platform::secretServiceDelete(genericKey(host, userName))) == platform::kKeychainNoErr;
+    return deleteResult(noted(platform::secretServiceDelete(genericKey(host, userName))));
 }
 
 } // namespace rk

@@ -4,6 +4,8 @@
 #include <rkcore/Logging.h>
 #include <rkcore/RBKeychain.h>
 
+#include "../foundation/CoreTraces_p.h"
+
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -71,6 +73,34 @@ QString maskedFullText(const rpf_url *record)
     return take(rpf_url_string(&view));
 }
 
+// What a URL text's login part holds as a password, as far as the text alone
+// tells: the characters between the user name's ':' and the last '@'. The
+// parsers trace the text (and refuse some with a login) before any record
+// names the password, so this is masked as well as the record's own.
+QByteArray passwordWrittenIn(QByteArrayView text)
+{
+    const QByteArrayView encapsulated("ravix://<");
+    if (text.startsWith(encapsulated)) text = text.sliced(encapsulated.size());
+    const qsizetype scheme = text.indexOf(QByteArrayView("://"));
+    if (scheme < 0) return {};
+    const QByteArrayView rest = text.sliced(scheme + 3);
+    const qsizetype at = rest.lastIndexOf('@');
+    const qsizetype colon = at < 0 ? -1 : rest.first(at).indexOf(':');
+    return colon < 0 ? QByteArray() : rest.sliced(colon + 1, at - colon - 1).toByteArray();
+}
+
+// Parses `text` with `parse` (a core call that runs the scheme parsers) and
+// keeps the parsers' traces off standard output: they go to the rkcore
+// category at debug level, the password masked (see CoreTraces_p.h).
+template <typename Parse> rpf_url *parseQuietly(const QByteArray &text, Parse parse)
+{
+    CoreTraceScope traces;
+    traces.maskSecret(passwordWrittenIn(text));
+    rpf_url *record = parse(text.constData());
+    if (record != nullptr && record->password != nullptr) traces.maskSecret(QByteArray(record->password));
+    return record;
+}
+
 } // namespace
 
 RBURL::RBURL(Tag /*unused*/, rpf_url *record) : _ourURL(record) {}
@@ -110,7 +140,7 @@ std::shared_ptr<RBURL> RBURL::initWithString(const QString &urlString)
         assertionFailed(QString::fromLatin1(kInitMethod), nullptr, QString::fromLatin1(kSourceFile), kNilStringLine,
                         QStringLiteral("URL String Was NULL"));
     }
-    rpf_url *record = rpf_url_new_from_string(urlString.toUtf8().constData());
+    rpf_url *record = parseQuietly(urlString.toUtf8(), [](const char *text) { return rpf_url_new_from_string(text); });
     if (record == nullptr) return nullptr;
     auto url = std::make_shared<RBURL>(Tag{}, record);
     url->setURIType(RPF_URL_ITEM_UNKNOWN);
@@ -121,7 +151,8 @@ std::shared_ptr<RBURL> RBURL::initWithRavixURLString(const QString &ravixString)
 {
     if (ravixString.isNull()) return nullptr;
     int32_t itemType = 0;
-    rpf_url *record = rpf_url_ravix_url_to_url(ravixString.toUtf8().constData(), &itemType);
+    rpf_url *record = parseQuietly(ravixString.toUtf8(),
+                                   [&itemType](const char *text) { return rpf_url_ravix_url_to_url(text, &itemType); });
     if (record == nullptr) return nullptr;
     auto url = std::make_shared<RBURL>(Tag{}, record);
     url->setURIType(itemType);

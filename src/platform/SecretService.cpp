@@ -95,8 +95,8 @@ AttributesPtr attributesFor(const SecretItemKey &key)
 // cannot store anything anywhere.
 int32_t statusFor(const GError *error)
 {
-    if (error == nullptr) return kKeychainNoErr;
-    if (error->domain == SECRET_ERROR && error->code == SECRET_ERROR_IS_LOCKED) return kKeychainInteractionNotAllowed;
+    if (error == nullptr) return keychain::kNoErr;
+    if (error->domain == SECRET_ERROR && error->code == SECRET_ERROR_IS_LOCKED) return keychain::kInteractionNotAllowed;
     if (error->domain == G_DBUS_ERROR) {
         switch (error->code) {
         case G_DBUS_ERROR_UNKNOWN_OBJECT:
@@ -105,14 +105,14 @@ int32_t statusFor(const GError *error)
         case G_DBUS_ERROR_NAME_HAS_NO_OWNER:
         case G_DBUS_ERROR_NO_SERVER:
         case G_DBUS_ERROR_DISCONNECTED:
-        case G_DBUS_ERROR_FILE_NOT_FOUND: return kKeychainNoDefaultKeychain;
-        default: return kKeychainNotAvailable;
+        case G_DBUS_ERROR_FILE_NOT_FOUND: return keychain::kNoDefaultKeychain;
+        default: return keychain::kNotAvailable;
         }
     }
     if (error->domain == G_IO_ERROR && (error->code == G_IO_ERROR_CLOSED || error->code == G_IO_ERROR_NOT_FOUND)) {
-        return kKeychainNoDefaultKeychain;
+        return keychain::kNoDefaultKeychain;
     }
-    return kKeychainNotAvailable;
+    return keychain::kNotAvailable;
 }
 
 // The process's connection to the service, or the status of failing to make
@@ -123,17 +123,22 @@ ServicePtr connect(int32_t *status)
     GError *raw = nullptr;
     ServicePtr service(secret_service_get_sync(SECRET_SERVICE_NONE, nullptr, &raw));
     const ErrorPtr error(raw);
-    *status = service ? kKeychainNoErr : kKeychainNoDefaultKeychain;
+    *status = service ? keychain::kNoErr : keychain::kNoDefaultKeychain;
     return service;
 }
 
-bool hasDefaultCollection(SecretService *service)
+// Whether the default collection can take and give secrets: kNoErr, or
+// kNoDefaultKeychain when there is none, or kInteractionNotAllowed when it is
+// locked (unlocking would need a prompt, which the store never shows).
+int32_t defaultCollectionStatus(SecretService *service)
 {
     GError *raw = nullptr;
     const CollectionPtr collection(
         secret_collection_for_alias_sync(service, SECRET_COLLECTION_DEFAULT, SECRET_COLLECTION_NONE, nullptr, &raw));
     const ErrorPtr error(raw);
-    return collection != nullptr;
+    if (error) return statusFor(error.get());
+    if (!collection) return keychain::kNoDefaultKeychain;
+    return secret_collection_get_locked(collection.get()) ? keychain::kInteractionNotAllowed : keychain::kNoErr;
 }
 
 // Whether an item with these attributes exists (locked ones included).
@@ -158,13 +163,17 @@ QByteArray labelFor(const SecretItemKey &key)
 
 int32_t secretServiceAdd(const SecretItemKey &key, const QByteArray &secret)
 {
-    int32_t status = kKeychainNoErr;
+    int32_t status = keychain::kNoErr;
     const ServicePtr service = connect(&status);
     if (!service) return status;
+    // A locked or missing collection refuses the store; asking first keeps a
+    // locked item from reading as a duplicate that cannot be replaced.
+    status = defaultCollectionStatus(service.get());
+    if (status != keychain::kNoErr) return status;
     bool found = false;
     status = exists(service.get(), key, &found);
-    if (status != kKeychainNoErr) return status;
-    if (found) return kKeychainDuplicateItem;
+    if (status != keychain::kNoErr) return status;
+    if (found) return keychain::kDuplicateItem;
 
     const AttributesPtr attributes = attributesFor(key);
     const ValuePtr value(secret_value_new(secret.constData(), secret.size(), "text/plain"));
@@ -178,7 +187,7 @@ int32_t secretServiceAdd(const SecretItemKey &key, const QByteArray &secret)
 int32_t secretServiceFind(const SecretItemKey &key, QByteArray *secret, int capacity)
 {
     secret->clear();
-    int32_t status = kKeychainNoErr;
+    int32_t status = keychain::kNoErr;
     const ServicePtr service = connect(&status);
     if (!service) return status;
 
@@ -187,21 +196,29 @@ int32_t secretServiceFind(const SecretItemKey &key, QByteArray *secret, int capa
     const ValuePtr value(
         secret_service_lookup_sync(service.get(), schemaFor(key.kind), attributes.get(), nullptr, &raw));
     const ErrorPtr error(raw);
-    if (error) return statusFor(error.get());
-    if (!value) return hasDefaultCollection(service.get()) ? kKeychainItemNotFound : kKeychainNoDefaultKeychain;
+    if (error || !value) {
+        // Nothing readable: no item, or one a locked or missing collection
+        // keeps (unlocking it would need a prompt, which fails or is refused).
+        status = defaultCollectionStatus(service.get());
+        if (status != keychain::kNoErr) return status;
+        return error ? statusFor(error.get()) : keychain::kItemNotFound;
+    }
 
     gsize length = 0;
     const gchar *bytes = secret_value_get(value.get(), &length);
-    if (length > static_cast<gsize>(capacity)) return kKeychainBufferTooSmall;
+    if (length > static_cast<gsize>(capacity)) return keychain::kBufferTooSmall;
     *secret = QByteArray(bytes, static_cast<qsizetype>(length));
-    return kKeychainNoErr;
+    return keychain::kNoErr;
 }
 
 int32_t secretServiceDelete(const SecretItemKey &key)
 {
-    int32_t status = kKeychainNoErr;
+    int32_t status = keychain::kNoErr;
     const ServicePtr service = connect(&status);
     if (!service) return status;
+    // A locked collection is left untouched, as a store into it is refused.
+    status = defaultCollectionStatus(service.get());
+    if (status != keychain::kNoErr) return status;
 
     const AttributesPtr attributes = attributesFor(key);
     GError *raw = nullptr;
@@ -209,7 +226,7 @@ int32_t secretServiceDelete(const SecretItemKey &key)
         secret_service_clear_sync(service.get(), schemaFor(key.kind), attributes.get(), nullptr, &raw);
     const ErrorPtr error(raw);
     if (error) return statusFor(error.get());
-    return removed ? kKeychainNoErr : kKeychainItemNotFound;
+    return removed ? keychain::kNoErr : keychain::kItemNotFound;
 }
 
 } // namespace rk::platform

@@ -1,6 +1,12 @@
 // The Secret Service (org.freedesktop.secrets) through libsecret, answered in
 // the result codes of a keychain: the store RBKeychain keeps passwords in.
 //
+// Every function answers a code of rkcore/KeychainResultCodes.h: kNoErr, or
+// kNoDefaultKeychain (no Secret Service, no default collection),
+// kInteractionNotAllowed (the default collection is locked: nothing is ever
+// prompted for), kItemNotFound, kBufferTooSmall, kDuplicateItem, or
+// kNotAvailable for any other failure.
+//
 // Items:
 //   internet: schema "org.ravix.InternetPassword", attributes server, account,
 //             port (integer), protocol "ftp " (for every scheme), authtype 0;
@@ -17,18 +23,9 @@
 
 #include <cstdint>
 
-namespace rk::platform {
+#include <rkcore/KeychainResultCodes.h>
 
-// Keychain result codes.
-enum KeychainStatus : int32_t {
-    kKeychainNoErr = 0,
-    kKeychainNotAvailable = -25291,          // any other failure of the service
-    kKeychainDuplicateItem = -25299,         // an item with these attributes exists
-    kKeychainItemNotFound = -25300,          // no such item
-    kKeychainBufferTooSmall = -25301,        // the secret is longer than the caller's buffer
-    kKeychainNoDefaultKeychain = -25307,     // no Secret Service, or no default collection
-    kKeychainInteractionNotAllowed = -25308, // the collection is locked (we never prompt)
-};
+namespace rk::platform {
 
 // The protocol attribute of every internet item.
 inline constexpr const char *kInternetProtocolFTP = "ftp ";
@@ -42,15 +39,15 @@ struct SecretItemKey {
 };
 
 // Creates the item in the default collection. An existing item with the same
-// attributes is not touched: the answer is then kKeychainDuplicateItem.
+// attributes is not touched: the answer is then keychain::kDuplicateItem.
 int32_t secretServiceAdd(const SecretItemKey &key, const QByteArray &secret);
 
 // Reads the first matching item's secret into `secret`;
-// kKeychainBufferTooSmall (and `secret` left empty) when it is longer than
+// keychain::kBufferTooSmall (and `secret` left empty) when it is longer than
 // `capacity` bytes.
 int32_t secretServiceFind(const SecretItemKey &key, QByteArray *secret, int capacity);
 
-// Deletes every matching item; kKeychainItemNotFound when there was none.
+// Deletes every matching item; keychain::kItemNotFound when there was none.
 int32_t secretServiceDelete(const SecretItemKey &key);
 
 } // namespace rk::platform

@@ -234,3 +234,28 @@ TEST_F(UrlTest, EncapsulatedFormsAndAppendingAnItem)
 }
 
 } // namespace
+
+namespace {
+
+// The default-port table agrees with what the parsers fill in and with the text forms, which leave a
+// default port out; codes that name no remote scheme have none.
+TEST(UrlDefaultPort, AgreesWithTheParsersAndTheTextForms)
+{
+    const std::pair<const char *, int32_t> remote[] = {
+        {"ftp://h/p", 21}, {"sftp://h/p", 22}, {"afp://h/p", 548}, {"smb://h/p", 139}};
+    rpf_diagnostics_set_stream(nullptr);
+    for (const auto &[text, port] : remote) {
+        const Url url(rpf_url_new_from_string(text));
+        ASSERT_TRUE(url) << text;
+        EXPECT_EQ(rpf_url_default_port(url->type), port) << text;
+        EXPECT_EQ(url->port, port) << text;
+        EXPECT_EQ(rpf_url_hasUniquePort(url.get()), 0) << text;
+        url->port = port + 1;
+        EXPECT_EQ(rpf_url_hasUniquePort(url.get()), 1) << text;
+    }
+    rpf_diagnostics_reset();
+    for (const int32_t none : {int32_t{RPF_URL_TYPE_FILE}, 1, -1, 6, INT32_MAX})
+        EXPECT_EQ(rpf_url_default_port(none), 0) << none;
+}
+
+} // namespace

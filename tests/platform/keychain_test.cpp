@@ -8,9 +8,13 @@
 #include "../log_capture.h"
 
 #include <QElapsedTimer>
+#include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
+
+#include <functional>
+#include <thread>
 
 using rk::RBKeychain;
 using rktest::LogCapture;
@@ -45,7 +49,7 @@ class Keychain : public testing::Test {
 protected:
     void SetUp() override
     {
-        if (!rktest::hasSessionBus()) GTEST_SKIP() << rktest::kNeedsSessionBus;
+        if (!rktest::inPrivateSession()) GTEST_SKIP() << rktest::kNeedsPrivateSession;
         host = rktest::uniqueTestHost();
     }
     void TearDown() override
@@ -132,7 +136,7 @@ TEST_F(Keychain, GenericAndInternetStoresAndDeleting)
     expectLogged([&] { EXPECT_TRUE(keychain.findGenericPasswordForHost(host, "me").isNull()); },
                  "Keychain Error : -25300");
     EXPECT_EQ(find("me", 21), secret(1));
-    expectLogged([&] { keychain.deleteInternetPassword("snow\u2603", host, "me", 21); },
+    expectLogged([&] { keychain.deleteInternetPassword(QString(QChar(0xD800)), host, "me", 21); },
                  "Password C String All Fucked Up");
     EXPECT_EQ(countItems(attributes("me", 21)), 1) << "nothing deleted";
     keychain.deleteInternetPassword("not the stored one", host, "me", 21);
@@ -140,36 +144,117 @@ TEST_F(Keychain, GenericAndInternetStoresAndDeleting)
     keychain.deleteInternetPassword("", host, "me", 21); // nothing left: no effect
 }
 
-TEST_F(Keychain, PasswordsAreLatin1CStringsOfAtMost256Bytes)
+// Passwords are stored as their UTF-8 bytes (what secret-tool reads back byte for byte) and read back
+// as UTF-8, within 256 bytes counted in UTF-8.
+TEST_F(Keychain, PasswordsAreUtf8CStringsOfAtMost256Bytes)
 {
-    const QString exact(RBKeychain::kPasswordBufferSize, 'x'), tooLong(RBKeychain::kPasswordBufferSize + 1, 'y');
+    const QString key = QString::fromUtf8("\U0001F511"); // 4 bytes in UTF-8
+    const QString exact = key.repeated(64);              // 256 bytes, 128 UTF-16 units
+    const QString tooLong = exact + QLatin1Char('x');    // 257 bytes
+    ASSERT_EQ(exact.toUtf8().size(), RBKeychain::kPasswordBufferSize);
+    const QString unpaired = QString("ab") + QChar(0xD800); // a lone surrogate: no UTF-8 form
     // label, stored, read back (null: refused, with the messages below)
-    const std::tuple<const char *, QString, QString> rows[] = {{"Latin-1 letters", secret(2), secret(2)},
-                                                               {"empty", "", ""},
-                                                               {"cut at a NUL", QString("ab") + QChar(0) + "cd", "ab"},
-                                                               {"256 bytes", exact, exact},
-                                                               {"beyond Latin-1", "snow\u2603", QString()},
-                                                               {"null", QString(), QString()}};
+    const std::tuple<const char *, QString, QString> rows[] = {
+        {"Latin-1 letters", secret(2), secret(2)},
+        {"Cyrillic", QString::fromUtf8("\u043f\u0430\u0440\u043e\u043b\u044c"),
+         QString::fromUtf8("\u043f\u0430\u0440\u043e\u043b\u044c")},
+        {"euro sign", QString::fromUtf8("12\u20ac"), QString::fromUtf8("12\u20ac")},
+        {"emoji", QString::fromUtf8("k\U0001F511y"), QString::fromUtf8("k\U0001F511y")},
+        {"snowman", QString::fromUtf8("snow\u2603"), QString::fromUtf8("snow\u2603")},
+        {"empty", "", ""},
+        {"cut at a NUL", QString("ab") + QChar(0) + "cd", "ab"},
+        {"256 UTF-8 bytes", exact, exact},
+        {"255 bytes and a euro sign", QString(253, 'e') + QString::fromUtf8("\u20ac"),
+         QString(253, 'e') + QString::fromUtf8("\u20ac")},
+        {"unpaired surrogate", unpaired, QString()},
+        {"null", QString(), QString()}};
     for (const auto &[label, stored, readBack] : rows) {
-        if (!readBack.isNull()) { // another client reads the same Latin-1 bytes
+        if (!readBack.isNull()) {
             EXPECT_TRUE(keychain.setInternetPassword(stored, host, "u", 21)) << label;
+            EXPECT_EQ(RBKeychain::lastResultCode(), RBKeychain::kNoErr) << label;
             const QString found = find("u", 21);
             EXPECT_TRUE(found == readBack && !found.isNull()) << label;
-            EXPECT_EQ(run(QStringList{"secret-tool", "lookup"} + attributes("u", 21)).rawOut, readBack.toLatin1())
+            EXPECT_EQ(run(QStringList{"secret-tool", "lookup"} + attributes("u", 21)).rawOut, readBack.toUtf8())
                 << label;
+            EXPECT_TRUE(keychain.setGenericPassword(stored, host, "u")) << label;
+            EXPECT_EQ(keychain.findGenericPasswordForHost(host, "u"), readBack) << label;
             continue;
         }
-        expectLogged([&] { EXPECT_FALSE(keychain.setInternetPassword(stored, host, "u", 21)); },
+        const QString &refused = stored; // a lambda may not capture a structured binding (before clang 16)
+        expectLogged([&] { EXPECT_FALSE(keychain.setInternetPassword(refused, host, "u", 21)); },
                      "Password C String All Fucked Up", label);
-        expectLogged([&] { EXPECT_FALSE(keychain.setGenericPassword(stored, host, "u")); },
+        EXPECT_EQ(RBKeychain::lastResultCode(), RBKeychain::kNotAvailable) << label;
+        expectLogged([&] { EXPECT_FALSE(keychain.setGenericPassword(refused, host, "u")); },
                      "Password C String was NULL", label);
     }
     // Longer ones are stored, but not read back.
     ASSERT_TRUE(keychain.setInternetPassword(tooLong, host, "u", 21));
     expectLogged([&] { EXPECT_TRUE(find("u", 21).isNull()); }, "RBKeychain : Buffer be to small");
+    EXPECT_EQ(RBKeychain::lastResultCode(), RBKeychain::kBufferTooSmall);
     ASSERT_TRUE(keychain.setGenericPassword(tooLong, host, "u"));
     expectLogged([&] { EXPECT_TRUE(keychain.findGenericPasswordForHost(host, "u").isNull()); },
                  "Keychain Error : -25301");
+}
+
+// UTF-8 both ways with secret-tool: what it stores reads back as the same text (also at exactly 256 bytes,
+// and as "buffer too small" at 257), and what we store it prints byte for byte.
+TEST_F(Keychain, Utf8InteroperatesWithSecretTool)
+{
+    const QString exact = QString::fromUtf8("\u20ac").repeated(85) + QLatin1Char('z'); // 256 bytes
+    const QStringList texts = {QString::fromUtf8("\u043f\u0430\u0440\u043e\u043b\u044c \u20ac \U0001F600"), exact,
+                               exact + QLatin1Char('!')};
+    for (const QString &text : texts) {
+        const QByteArray bytes = text.toUtf8();
+        ASSERT_EQ(run(QStringList{"secret-tool", "store", "--label=x", "xdg:schema", "org.ravix.InternetPassword"} +
+                          attributes("them", 21),
+                      bytes)
+                      .exitCode,
+                  0);
+        const QString found = find("them", 21);
+        if (bytes.size() <= RBKeychain::kPasswordBufferSize) {
+            EXPECT_EQ(found, text) << bytes.size() << " bytes";
+            EXPECT_EQ(RBKeychain::lastResultCode(), RBKeychain::kNoErr);
+        } else {
+            EXPECT_TRUE(found.isNull()) << bytes.size() << " bytes";
+            EXPECT_EQ(RBKeychain::lastResultCode(), RBKeychain::kBufferTooSmall);
+        }
+        ASSERT_TRUE(keychain.setInternetPassword(text, host, "us", 548));
+        EXPECT_EQ(run(QStringList{"secret-tool", "lookup"} + attributes("us", 548)).rawOut, bytes);
+    }
+}
+
+// The thread's last result code after each kind of call, and deletes that say whether they found anything.
+TEST_F(Keychain, LastResultCodeFollowsEveryCall)
+{
+    // label, call, code afterwards
+    const std::tuple<const char *, std::function<void()>, int32_t> rows[] = {
+        {"find missing", [&] { (void)find("me", 21); }, RBKeychain::kItemNotFound},
+        {"set", [&] { (void)keychain.setInternetPassword(secret(0), host, "me", 21); }, RBKeychain::kNoErr},
+        {"find", [&] { (void)find("me", 21); }, RBKeychain::kNoErr},
+        {"set without a C string", [&] { (void)keychain.setInternetPassword(QString(QChar(0xDC00)), host, "me", 21); },
+         RBKeychain::kNotAvailable},
+        {"delete", [&] { keychain.deleteInternetPassword("", host, "me", 21); }, RBKeychain::kNoErr},
+        {"delete again", [&] { keychain.deleteInternetPassword("", host, "me", 21); }, RBKeychain::kItemNotFound},
+        {"generic find missing", [&] { (void)keychain.findGenericPasswordForHost(host, "me"); },
+         RBKeychain::kItemNotFound},
+        {"generic set", [&] { (void)keychain.setGenericPassword(secret(1), host, "me"); }, RBKeychain::kNoErr},
+        {"generic delete", [&] { EXPECT_TRUE(keychain.deleteGenericPasswordForHost(host, "me")); }, RBKeychain::kNoErr},
+        {"generic delete again", [&] { EXPECT_FALSE(keychain.deleteGenericPasswordForHost(host, "me")); },
+         RBKeychain::kItemNotFound},
+    };
+    for (const auto &[label, call, code] : rows) {
+        capture.lines().clear();
+        call();
+        EXPECT_EQ(RBKeychain::lastResultCode(), code) << label;
+    }
+    // The code is the calling thread's own.
+    int32_t other = 1;
+    std::thread([&] { other = RBKeychain::lastResultCode(); }).join();
+    EXPECT_EQ(other, RBKeychain::kNoErr);
+    EXPECT_EQ(RBKeychain::lastResultCode(), RBKeychain::kItemNotFound);
+    capture.lines().clear();
+    keychain.deleteInternetPassword("", host, "nobody", 21);
+    EXPECT_TRUE(capture.lines().isEmpty()) << "nothing to delete is no failure";
 }
 
 // The command reads the password from standard input and prints it only with --show.
@@ -222,6 +307,7 @@ void expectNoDefaultKeychain(QProcessEnvironment environment, const QStringList 
 // No Secret Service reachable: the command runs against a bus address where nothing listens.
 TEST(KeychainWithoutService, AnswersNoDefaultKeychainQuickly)
 {
+    if (!rktest::inPrivateSession()) GTEST_SKIP() << rktest::kNeedsPrivateSession;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/rkcore-test-bus");
     expectNoDefaultKeychain(environment);
@@ -231,6 +317,7 @@ TEST(KeychainWithoutService, AnswersNoDefaultKeychainQuickly)
 // bus of its own with a fresh keyring daemon on it, and is made only once the daemon owns its name.
 TEST(KeychainWithoutDefaultCollection, AnswersNoDefaultKeychain)
 {
+    if (!rktest::inPrivateSession()) GTEST_SKIP() << rktest::kNeedsPrivateSession;
     const QTemporaryDir directory; // owner-only, so it serves as the runtime directory too
     ASSERT_TRUE(directory.isValid());
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -244,6 +331,121 @@ TEST(KeychainWithoutDefaultCollection, AnswersNoDefaultKeychain)
                            "sleep 0.1; done; [ $r = 3 ] && echo 'the keyring daemon did not come up' >&2; "
                            "kill $k; wait $k; exit $r";
     expectNoDefaultKeychain(environment, {"dbus-run-session", "--", "sh", "-c", script, "sh"});
+}
+
+} // namespace
+
+namespace {
+
+// ---- a store that cannot be used: run in a process of its own ----
+// libsecret keeps its connection for the process's life, so each situation gets a fresh test process (this
+// program, filtered to KeychainChild) on a bus of its own; the child learns the expected code from
+// RKCORE_KEYCHAIN_CHILD_EXPECT and is skipped anywhere else.
+
+constexpr const char *kChildExpect = "RKCORE_KEYCHAIN_CHILD_EXPECT";
+
+// Every call answers `expected` as its last result code; the messages and answers are those of a store
+// that reports that code (no default keychain: the table's messages; a locked collection: an unknown code,
+// which a store counts as stored and a find answers as "").
+TEST(KeychainChild, EveryCallAnswersTheStoresCode)
+{
+    if (qEnvironmentVariableIsEmpty(kChildExpect)) GTEST_SKIP() << "run by KeychainUnusable only";
+    const int32_t expected = qEnvironmentVariableIntValue(kChildExpect);
+    const bool locked = expected == RBKeychain::kInteractionNotAllowed;
+    const QString noDefault = "RBKeychain : No Default Keychain";
+    const QString code = QString("Keychain Error : %1").arg(expected);
+    RBKeychain &keychain = RBKeychain::sharedKeychain();
+    const QString host = "child.rkcore-test.invalid";
+    const LogCapture capture;
+    // label, call (answers whether its answer was right), message
+    const std::tuple<const char *, std::function<bool()>, QString> rows[] = {
+        {"set", [&] { return keychain.setInternetPassword("pw", host, "u", 21) == locked; }, locked ? code : noDefault},
+        {"find", [&] { return keychain.findInternetPasswordForHost(host, "u", 21) == (locked ? "" : QString()); },
+         locked ? code : noDefault},
+        {"delete", [&] { return keychain.deleteInternetPassword("", host, "u", 21), true; }, locked ? code : noDefault},
+        {"generic set", [&] { return keychain.setGenericPassword("pw", host, "u") == locked; },
+         locked ? code : noDefault},
+        {"generic find", [&] { return keychain.findGenericPasswordForHost(host, "u").isNull(); }, code},
+        {"generic delete", [&] { return !keychain.deleteGenericPasswordForHost(host, "u"); },
+         locked ? code : noDefault},
+    };
+    for (const auto &[label, call, message] : rows) {
+        capture.lines().clear();
+        EXPECT_TRUE(call()) << label;
+        EXPECT_EQ(RBKeychain::lastResultCode(), expected) << label;
+        EXPECT_EQ(capture.lines(), QStringList{message}) << label;
+    }
+}
+
+// Runs KeychainChild in `environment` through `wrapper`; it must pass, not skip.
+void expectChildPasses(int32_t expected, QProcessEnvironment environment, const QStringList &wrapper = {})
+{
+    environment.remove("DISPLAY"); // no prompt can open anywhere
+    environment.insert(kChildExpect, QString::number(expected));
+    const QString self = QCoreApplication::applicationFilePath();
+    const ProcessResult result =
+        run(wrapper + QStringList{self, "--gtest_filter=KeychainChild.*", "--gtest_brief=0"}, {}, environment);
+    EXPECT_EQ(result.exitCode, 0) << result.out.toStdString() << result.err.toStdString();
+    EXPECT_TRUE(result.out.contains("[  PASSED  ] 1 test") && !result.out.contains("SKIPPED"))
+        << result.out.toStdString();
+}
+
+// A session bus that names no service directory, so that nothing (no prompter) is ever activated.
+QString writeBusConfig(const QTemporaryDir &directory)
+{
+    QString path = directory.filePath("bus.conf");
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly)) return {};
+    file.write("<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\"\n"
+               " \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
+               "<busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen><auth>EXTERNAL</auth>"
+               "<policy context=\"default\"><allow send_destination=\"*\" eavesdrop=\"true\"/>"
+               "<allow eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>\n");
+    return path;
+}
+
+class KeychainUnusable : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        if (!rktest::inPrivateSession()) GTEST_SKIP() << rktest::kNeedsPrivateSession;
+    }
+};
+
+TEST_F(KeychainUnusable, NoSecretServiceAnswersNoDefaultKeychain)
+{
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/rkcore-test-bus");
+    expectChildPasses(RBKeychain::kNoDefaultKeychain, environment);
+}
+
+// A keyring of its own, unlocked, given an item by secret-tool, then locked over D-Bus
+// (org.freedesktop.Secret.Service.Lock needs no prompt): the item is neither read nor deleted, and
+// nothing is stored.
+TEST_F(KeychainUnusable, LockedCollectionAnswersInteractionNotAllowed)
+{
+    const QTemporaryDir directory; // owner-only, so it serves as the runtime directory too
+    ASSERT_TRUE(directory.isValid());
+    const QString config = writeBusConfig(directory);
+    ASSERT_FALSE(config.isEmpty());
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert("HOME", directory.path());
+    environment.insert("XDG_DATA_HOME", directory.filePath("data"));
+    environment.insert("XDG_RUNTIME_DIR", directory.path());
+    const QString script =
+        "echo | gnome-keyring-daemon --foreground --unlock --components=secrets >/dev/null 2>&1 & k=$!; r=3; "
+        "for i in $(seq 100); do dbus-send --session --print-reply --dest=org.freedesktop.DBus /org/freedesktop/DBus "
+        "org.freedesktop.DBus.NameHasOwner string:org.freedesktop.secrets | grep -q 'boolean true' && break; "
+        "sleep 0.1; done; "
+        "printf pw | secret-tool store --label=x server child.rkcore-test.invalid account u port 21 "
+        "protocol 'ftp ' authtype 0 && printf pw | secret-tool store --label=x service child.rkcore-test.invalid "
+        "account u && "
+        "gdbus call --session --dest org.freedesktop.secrets --object-path /org/freedesktop/secrets "
+        "--method org.freedesktop.Secret.Service.Lock \"['/org/freedesktop/secrets/collection/login']\" "
+        ">/dev/null && { \"$@\"; r=$?; }; "
+        "[ $r = 3 ] && echo 'the locked keyring could not be set up' >&2; kill $k; wait $k; exit $r";
+    expectChildPasses(RBKeychain::kInteractionNotAllowed, environment,
+                      {"dbus-run-session", "--config-file=" + config, "--", "sh", "-c", script, "sh"});
 }
 
 } // namespace
