@@ -3,10 +3,10 @@
 #include <rkcore/AssertionFailure.h>
 #include <rkcore/Logging.h>
 #include <rkcore/RBKeychain.h>
+#include <rkcore/rpf_memory.h>
 
 #include "../foundation/CoreTraces_p.h"
 
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <utility>
@@ -20,15 +20,10 @@ constexpr const char *kInitMethod = "-[RBURL initWithString:]";
 constexpr const char *kSourceFile = "RBURL.m";
 constexpr int kNilStringLine = 97;
 
-struct FreeDeleter {
-    void operator()(char *text) const { std::free(text); } // NOLINT(cppcoreguidelines-no-malloc)
-};
-using CoreText = std::unique_ptr<char, FreeDeleter>;
-
 // A text the core made, as a QString (null for none), freed.
 QString take(char *text)
 {
-    const CoreText owned(text);
+    const rpf::Text owned(text);
     return owned ? QString::fromUtf8(owned.get()) : QString();
 }
 
