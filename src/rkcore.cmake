@@ -43,11 +43,11 @@ add_custom_command(OUTPUT ${RKCORE_BADGES}
   COMMENT "Drawing the badges")
 set_source_files_properties(${PROJECT_BINARY_DIR}/resources/AliasBadge.png PROPERTIES QT_RESOURCE_ALIAS AliasBadge.png)
 set_source_files_properties(${PROJECT_BINARY_DIR}/resources/LockedBadge.png PROPERTIES QT_RESOURCE_ALIAS LockedBadge.png)
-qt_add_resources(rkcore rkcore_resources PREFIX /rkcore FILES ${PROJECT_BINARY_DIR}/resources/Info.plist ${RKCORE_BADGES})
-qt_add_resources(rkcore rkcore_hotkey_resources PREFIX /rkcore BASE ${PROJECT_SOURCE_DIR}/resources
+qt_add_resources(rkcore rkcore_resources OUTPUT_TARGETS RKCORE_RESOURCE_TARGETS_1 PREFIX /rkcore FILES ${PROJECT_BINARY_DIR}/resources/Info.plist ${RKCORE_BADGES})
+qt_add_resources(rkcore rkcore_hotkey_resources OUTPUT_TARGETS RKCORE_RESOURCE_TARGETS_2 PREFIX /rkcore BASE ${PROJECT_SOURCE_DIR}/resources
   FILES ${PROJECT_SOURCE_DIR}/resources/KeyCodes.plist)
 # The label swatches l1.png .. l7.png (resources/labels/make_swatches.cpp draws them).
-qt_add_resources(rkcore rkcore_label_swatches PREFIX /rkcore BASE ${PROJECT_SOURCE_DIR}/resources/labels
+qt_add_resources(rkcore rkcore_label_swatches OUTPUT_TARGETS RKCORE_RESOURCE_TARGETS_3 PREFIX /rkcore BASE ${PROJECT_SOURCE_DIR}/resources/labels
   FILES ${PROJECT_SOURCE_DIR}/resources/labels/l1.png ${PROJECT_SOURCE_DIR}/resources/labels/l2.png
         ${PROJECT_SOURCE_DIR}/resources/labels/l3.png ${PROJECT_SOURCE_DIR}/resources/labels/l4.png
         ${PROJECT_SOURCE_DIR}/resources/labels/l5.png ${PROJECT_SOURCE_DIR}/resources/labels/l6.png
@@ -64,9 +64,13 @@ target_link_libraries(rkcore
   PRIVATE PkgConfig::RKCORE_PLIST PkgConfig::RKCORE_SECRET PkgConfig::RKCORE_XCB_KEYS PkgConfig::RKCORE_XCB_EWMH)
 set_target_properties(rkcore PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} EXPORT_NAME rkcore)
 rkcore_relative_rpath(rkcore ${CMAKE_INSTALL_FULL_LIBDIR})
-install(TARGETS rkcore EXPORT RKCoreTargets
+# A static librkcore carries its compiled-in resources as object libraries
+# (OUTPUT_TARGETS, empty for a shared build), installed beside it.
+install(TARGETS rkcore ${RKCORE_RESOURCE_TARGETS_1} ${RKCORE_RESOURCE_TARGETS_2} ${RKCORE_RESOURCE_TARGETS_3}
+  EXPORT RKCoreTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  OBJECTS DESTINATION ${CMAKE_INSTALL_LIBDIR}/rkcore-objects)
 
 # The label swatch generator (not built by default): `--target label-swatches`
 # redraws resources/labels/l1.png .. l7.png from the label table.

@@ -20,7 +20,7 @@ target_compile_definitions(rkcore_layer_ui PRIVATE QT_NO_KEYWORDS)
 target_link_libraries(rkcore_layer_ui PRIVATE Qt6::Widgets Qt6::UiTools)
 
 # The interface files, compiled in beside the object layer's resources (:/rkcore/).
-qt_add_resources(rkcore-widgets rkcore_widgets_resources PREFIX /rkcore BASE ${PROJECT_SOURCE_DIR}/resources
+qt_add_resources(rkcore-widgets rkcore_widgets_resources OUTPUT_TARGETS RKCORE_WIDGETS_RESOURCE_TARGETS PREFIX /rkcore BASE ${PROJECT_SOURCE_DIR}/resources
   FILES ${PROJECT_SOURCE_DIR}/resources/KeyComboPanel.ui)
 
 target_link_libraries(rkcore-widgets
@@ -33,6 +33,7 @@ target_link_libraries(rkcore-widgets
 set_target_properties(rkcore-widgets PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
   EXPORT_NAME widgets)
 rkcore_relative_rpath(rkcore-widgets ${CMAKE_INSTALL_FULL_LIBDIR})
-install(TARGETS rkcore-widgets EXPORT RKCoreWidgetsTargets
+install(TARGETS rkcore-widgets ${RKCORE_WIDGETS_RESOURCE_TARGETS} EXPORT RKCoreWidgetsTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  OBJECTS DESTINATION ${CMAKE_INSTALL_LIBDIR}/rkcore-objects)

@@ -3,7 +3,8 @@
 
 #include <cstdio>
 
-int main() {
+int main()
+{
     std::printf("%s\n", qPrintable(rk::RBPermission::octalToString(644)));
     return 0;
 }

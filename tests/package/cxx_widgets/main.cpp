@@ -3,8 +3,9 @@
 
 #include <cstdio>
 
-int main() {
-    std::printf("0x%04x\n", static_cast<unsigned>(rk::KeyBroadcaster::cocoaToCarbonModifiers(
-                                rk::KeyBroadcaster::kCommandKeyMask)));
+int main()
+{
+    std::printf("0x%04x\n",
+                static_cast<unsigned>(rk::KeyBroadcaster::cocoaToCarbonModifiers(rk::KeyBroadcaster::kCommandKeyMask)));
     return 0;
 }

@@ -4,7 +4,8 @@
 #include <stdio.h>
 #include <stdlib.h>
 
-int main(void) {
+int main(void)
+{
     char *text = rpf_permissions_octal_to_string(755);
     if (text == NULL) {
         return 1;
