@@ -134,6 +134,7 @@ if cmake -S "$source_dir" -B "$work/static-build" -G Ninja -DCMAKE_BUILD_TYPE=Re
   grep -rqs 'Threads::Threads' "$static_prefix"/lib*/cmake/RKCore/ ||
     fail "static install: its exported targets do not hand on Threads"
   consumer c_core_static "$here/c_core" "$static_prefix" "rwxr-xr-x"
+  [ ! -e "$static_prefix/include/rkcore/RBURL.h" ] || fail "core-only install: it installed the object layer's headers"
   refused cxx_asks_core_only "$here/cxx_object_layer" "$static_prefix" \
     "RKCore component 'rkcore' was not installed (built with RKCORE_CORE_ONLY=ON"
 else
