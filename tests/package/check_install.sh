@@ -137,6 +137,8 @@ if cmake -S "$source_dir" -B "$work/static-build" -G Ninja -DCMAKE_BUILD_TYPE=Re
   [ ! -e "$static_prefix/include/rkcore/RBURL.h" ] || fail "core-only install: it installed the object layer's headers"
   refused cxx_asks_core_only "$here/cxx_object_layer" "$static_prefix" \
     "RKCore component 'rkcore' was not installed (built with RKCORE_CORE_ONLY=ON"
+  refused widgets_asks_core_only "$here/cxx_widgets" "$static_prefix" \
+    "RKCore component 'widgets' was not installed (built with RKCORE_CORE_ONLY=ON"
 else
   fail "static core-only install:"; tail -n 25 "$work/static.log" >&2
 fi
