@@ -78,6 +78,7 @@ runpaths_relative() {
   local file runpath
   for file in "$@"; do
     runpath=$(readelf -d "$file" | sed -n 's/.*(RUNPATH).*\[\(.*\)\]/\1/p')
+    # shellcheck disable=SC2016 # the literal text $ORIGIN
     case "$runpath" in
       '$ORIGIN'*) ;;
       *) fail "$file: run path '$runpath', expected one relative to \$ORIGIN"; continue ;;
@@ -106,7 +107,9 @@ consumer cxx_widgets "$here/cxx_widgets" "$prefix" "0x0100"
 
 export PKG_CONFIG_PATH="$libdir/pkgconfig"
 for pc in rpf rkcore rkcore-widgets; do
-  pkg-config --validate "$pc" && pkg-config --exists "$pc" || fail "pkg-config: $pc.pc is not valid or not complete"
+  if ! pkg-config --validate "$pc" || ! pkg-config --exists "$pc"; then
+    fail "pkg-config: $pc.pc is not valid or its requirements are missing"
+  fi
 done
 [ "$(pkg-config --variable=prefix rpf)" -ef "$prefix" ] || fail "pkg-config: rpf.pc's prefix is not the install prefix"
 # shellcheck disable=SC2046
