@@ -10,7 +10,7 @@ work=$(mktemp -d /tmp/rkcore-layering.XXXXXX)
 trap 'rm -rf "$work"' EXIT
 tree=$work/tree
 mkdir -p "$tree"
-cp -r "$source_dir"/{CMakeLists.txt,cmake,include,resources,src,tools} "$tree"/
+tar -C "$source_dir" --exclude=./build --exclude=./.git --exclude=./.cache -cf - . | tar -C "$tree" -xf -
 build=$work/build
 if ! cmake -S "$tree" -B "$build" -G Ninja -DBUILD_TESTING=OFF -DRKCORE_BENCH=OFF >"$work/configure.log" 2>&1; then
   echo "layering: the copied tree does not configure:" >&2; tail -n 30 "$work/configure.log" >&2; exit 1
