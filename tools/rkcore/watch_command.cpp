@@ -99,12 +99,10 @@ int watchFolder(const QString &path)
 
 } // namespace
 
-int watchCommand(const QStringList &arguments)
+int watchCommand(const Arguments &arguments)
 {
-    bool folder = false;
-    QStringList positional;
-    if (!splitArguments("watch", arguments, {{"--folder", &folder}}, positional)) return kExitUsage;
-    if (positional.size() != 1) return usageError(QStringLiteral("usage: rkcore watch [--folder] PATH"));
+    const bool folder = arguments.has("--folder");
+    const QStringList &positional = arguments.positional();
     if (!quitOnSignals()) return failure(QStringLiteral("cannot set up the signal pipe"));
     return folder ? watchFolder(positional.first()) : watchFile(positional.first());
 }
