@@ -12,9 +12,19 @@ namespace rkcli {
 namespace {
 constexpr int kLabelWidth = 22;
 
+// The error of the first write to standard output that failed (0: none).
+int &firstOutputError()
+{
+    static int error = 0;
+    return error;
+}
+
 void writeBytes(std::FILE *stream, const QByteArray &bytes)
 {
-    (void)std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stream);
+    errno = 0;
+    const size_t written = std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stream);
+    if (written != static_cast<size_t>(bytes.size()) && stream == stdout && firstOutputError() == 0)
+        firstOutputError() = errno != 0 ? errno : EIO;
 }
 
 void writeUtf8(std::FILE *stream, const QString &text)
@@ -135,7 +145,7 @@ int checkedExit(int status)
 {
     errno = 0;
     const bool failed = std::fflush(stdout) != 0 || std::ferror(stdout) != 0;
-    const int error = errno;
+    const int error = firstOutputError() != 0 ? firstOutputError() : errno;
     if (failed) {
         writeUtf8(stderr, prefix() + QStringLiteral("cannot write to standard output: %1\n")
                                          .arg(QString::fromLocal8Bit(std::strerror(error != 0 ? error : EIO))));

@@ -88,18 +88,40 @@ void printRecord(const rpf_url *url)
     printField(QStringLiteral("encapsulated"), orNone(encapsulated.get()));
 }
 
+// What the traces may show of a URL text whose record has a password: the
+// text with the password written as stars, and the password itself (as the
+// parser stored it) to find in the lines that state it.
+struct TraceMask {
+    QByteArray text;     // the URL text as given
+    QByteArray masked;   // the same with its password replaced by ********
+    QByteArray password; // the record's password; empty: nothing to hide
+};
+
+// The text with the part between the user's ':' and the last '@' of the
+// authority as stars.
+QByteArray maskedText(const QByteArray &text)
+{
+    const qsizetype start = text.indexOf("://");
+    if (start < 0) return text;
+    const qsizetype at = text.lastIndexOf('@');
+    const qsizetype colon = text.indexOf(':', start + 3);
+    if (at < 0 || colon < 0 || colon > at) return text;
+    return text.left(colon + 1) + "********" + text.mid(at);
+}
+
 // Writes a parser trace to standard error with everything about the password
-// (the context, a QByteArray) hidden: its characters, the last of them, and
-// its length, whether stated or told by the lengths of the text around it.
+// (the context, a TraceMask) hidden: its characters, the last of them, and its
+// length, whether stated or told by the lengths of the text around it.
 void traceToStandardError(const char *trace, void *context)
 {
     QByteArray text(trace);
-    const auto *password = static_cast<const QByteArray *>(context);
-    if (!password->isEmpty()) {
-        text.replace(*password, QByteArrayLiteral("********"));
+    const auto *mask = static_cast<const TraceMask *>(context);
+    if (!mask->password.isEmpty()) {
+        text.replace(mask->text, mask->masked);
+        text.replace("Password is " + mask->password + " and is ", QByteArrayLiteral("Password is ******** and is "));
         static const QRegularExpression masked(QStringLiteral(
-            "(and is )[0-9]+( characters long)|(Last Char is : ).|((?:URL Length|Total Process Chars|Amount To "
-            "Process) : )[0-9]+"));
+            "(Password is \\*+ and is )[0-9]+( characters long)|((?:Last Char is|Base Pointer Location) : ).|"
+            "((?:URL Length|Total Process Chars|Amount To Process) : )[0-9]+"));
         QString line = QString::fromUtf8(text);
         line.replace(masked, QStringLiteral("\\1\\3\\4*\\2"));
         text = line.toUtf8();
@@ -125,10 +147,10 @@ int urlCommand(const Arguments &arguments)
     // that the traced one can hide it.
     rpf_diagnostics_set_stream(nullptr);
     Url url = parse();
-    QByteArray password;
+    TraceMask mask{text, maskedText(text), {}};
     if (arguments.has("--trace")) {
-        if (url && url->password != nullptr) password = url->password;
-        rpf_diagnostics_set_callback(traceToStandardError, &password);
+        if (url && url->password != nullptr) mask.password = url->password;
+        rpf_diagnostics_set_callback(traceToStandardError, &mask);
         url = parse();
     }
     // The text forms' own messages ("Unsupported URL Type") follow the traces.
