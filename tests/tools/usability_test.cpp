@@ -650,4 +650,54 @@ TEST(Keychain, NoSecretServiceIsStatusThree)
     }
 }
 
+// A keyring of the test's own on a bus of its own, locked: storing is refused
+// with status 3 and the reason, and nothing claims to be stored.
+TEST(Keychain, ALockedCollectionIsStatusThree)
+{
+    NEEDS_PRIVATE_SESSION();
+    ScratchFolder folder;
+    ASSERT_TRUE(folder.isValid());
+    const QByteArray script = R"(
+set -u
+dir=$1; tool=$2
+mkdir -p "$dir/data" "$dir/runtime"; chmod 700 "$dir/runtime"
+cat >"$dir/bus.conf" <<CONF
+<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
+ "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
+<busconfig>
+  <type>session</type>
+  <listen>unix:tmpdir=/tmp</listen>
+  <auth>EXTERNAL</auth>
+  <policy context="default">
+    <allow send_destination="*" eavesdrop="true"/>
+    <allow eavesdrop="true"/>
+    <allow own="*"/>
+  </policy>
+</busconfig>
+CONF
+dbus-daemon --config-file="$dir/bus.conf" --nofork --nosyslog --print-address=3 3>"$dir/bus.addr" </dev/null >/dev/null 2>&1 &
+bus=$!
+for _ in $(seq 200); do [ -s "$dir/bus.addr" ] && break; sleep 0.05; done
+export DBUS_SESSION_BUS_ADDRESS=$(head -n1 "$dir/bus.addr") XDG_DATA_HOME="$dir/data" XDG_RUNTIME_DIR="$dir/runtime"
+unset DISPLAY
+echo | gnome-keyring-daemon --foreground --unlock --components=secrets >/dev/null 2>&1 3>&- &
+keyring=$!
+for _ in $(seq 200); do
+  timeout 5 dbus-send --session --print-reply --dest=org.freedesktop.DBus /org/freedesktop/DBus \
+    org.freedesktop.DBus.NameHasOwner string:org.freedesktop.secrets 2>/dev/null | grep -q 'boolean true' && break
+  sleep 0.05
+done
+timeout 5 dbus-send --session --dest=org.freedesktop.secrets --print-reply /org/freedesktop/secrets \
+  org.freedesktop.Secret.Service.Lock array:objpath:/org/freedesktop/secrets/collection/login >/dev/null
+echo pw | timeout 30 "$tool" keychain set locked-host me 2>"$dir/err" >"$dir/out"
+echo "status=$?"
+kill $keyring $bus; wait $keyring $bus 2>/dev/null
+cat "$dir/err"
+)";
+    const Result result = runProgram("/bin/bash", {"-c", script, "bash", QFile::encodeName(folder.path()), kTool});
+    EXPECT_TRUE(result.out.startsWith("status=3\n")) << result.out.constData();
+    EXPECT_TRUE(result.out.endsWith("rkcore keychain: the password was not stored: the password collection is locked\n"))
+        << result.out.constData();
+}
+
 } // namespace

@@ -10,6 +10,8 @@
 #include <rkcore/RBKeychain.h>
 #include <rkcore/rpf_url.h>
 
+#include <QLoggingCategory>
+
 #include <termios.h>
 #include <unistd.h>
 
@@ -128,6 +130,7 @@ int storeFailure(const QString &what)
 {
     switch (rk::RBKeychain::lastResultCode()) {
     case rk::RBKeychain::kItemNotFound: failure(QStringLiteral("not found")); return kExitFailure;
+    case rk::RBKeychain::kNoErr: failure(what); return kExitFailure;
     case rk::RBKeychain::kInteractionNotAllowed:
         failure(QStringLiteral("%1: the password collection is locked").arg(what));
         return kExitUnavailable;
@@ -159,7 +162,10 @@ int set(const Request &request)
     const bool stored = request.generic
                             ? keychain.setGenericPassword(*password, request.host, request.user)
                             : keychain.setInternetPassword(*password, request.host, request.user, request.port);
-    if (!stored) return storeFailure(QStringLiteral("the password was not stored"));
+    // The call answers true for some failures (a locked collection among
+    // them); the result code tells.
+    if (!stored || rk::RBKeychain::lastResultCode() != rk::RBKeychain::kNoErr)
+        return storeFailure(QStringLiteral("the password was not stored"));
     // Confirmed only when the store gives the same text back.
     const QString readBack = findPassword(request);
     if (readBack.isNull()) return storeFailure(QStringLiteral("the password cannot be read back"));
@@ -197,6 +203,9 @@ int keychainCommand(const Arguments &arguments)
 {
     Request request;
     if (!parse(arguments, request)) return kExitUsage;
+    // The tool says what happened in one line of its own; the keychain's log
+    // lines would repeat it.
+    QLoggingCategory::setFilterRules(QStringLiteral("rkcore.debug=false\nrkcore.info=false\nrkcore.warning=false"));
     if (request.action == QLatin1String("set")) return set(request);
     if (request.action == QLatin1String("find")) return find(request);
     return remove(request);
