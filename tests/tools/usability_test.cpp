@@ -254,7 +254,9 @@ TEST(BadArguments, OneLineInOneWordingWithStatusTwo)
         {"trailing line end", {"size", "5\n"}, "argument '5\\n' ends in a line end"},
         {"trailing blank", {"perms", "644 "}, "argument '644 ' ends in a blank"},
         {"leading blank", {"keychain", "find", " host", "user"}, "argument ' host' begins with a blank"},
-        {"option value with a line end", {"du", "--threads", "2\n", "/"}, "the value of '--threads' '2\\n' ends in a line end"},
+        {"option value with a line end",
+         {"du", "--threads", "2\n", "/"},
+         "the value of '--threads' '2\\n' ends in a line end"},
         {"port zero", {"keychain", "find", "h", "u", "0"}, "PORT must lie between 1 and 65535, not 0"},
         {"port too large", {"keychain", "find", "h", "u", "65536"}, "PORT must lie between 1 and 65535, not 65536"},
         {"port not a number", {"keychain", "find", "h", "u", "21x"}, "PORT is not a whole number: '21x'"},
@@ -264,11 +266,19 @@ TEST(BadArguments, OneLineInOneWordingWithStatusTwo)
         {"hour 24", {"lsdate", "Jan 15 24:00"}, "impossible date 'Jan 15 24:00': no time of day is 24:00"},
         {"minute 60", {"lsdate", "Jan 15 10:60"}, "impossible date 'Jan 15 10:60': no time of day is 10:60"},
         {"day 0", {"lsdate", "Jan  0 10:30"}, "impossible date 'Jan  0 10:30': Jan has no day 0"},
-        {"29 February of a common year", {"lsdate", "Feb 29  2001"}, "impossible date 'Feb 29  2001': Feb 2001 has no day 29"},
+        {"29 February of a common year",
+         {"lsdate", "Feb 29  2001"},
+         "impossible date 'Feb 29  2001': Feb 2001 has no day 29"},
         {"no such month", {"lsdate", "Foo 10 10:30"}, "impossible date 'Foo 10 10:30': no month is called 'Foo'"},
-        {"size overflow", {"size", "18446744073709551616"}, "byte count 18446744073709551616 is above 18446744073709551615"},
-        {"threads overflow", {"du", "--threads", "99999999999999999999", "/"}, "--threads must lie between 1 and 64, not 99999999999999999999"},
-        {"count overflow", {"fullscreen", "--count", "4294967297"}, "--count must lie between 1 and 2147483647, not 4294967297"},
+        {"size overflow",
+         {"size", "18446744073709551616"},
+         "byte count 18446744073709551616 is above 18446744073709551615"},
+        {"threads overflow",
+         {"du", "--threads", "99999999999999999999", "/"},
+         "--threads must lie between 1 and 64, not 99999999999999999999"},
+        {"count overflow",
+         {"fullscreen", "--count", "4294967297"},
+         "--count must lie between 1 and 2147483647, not 4294967297"},
         {"key code overflow", {"hotkey", "show", "32768", "0"}, "not a 16-bit key code: '32768'"},
         {"unknown sort", {"ls", "--sort", "colour"}, "--sort takes name, date, size or access, not 'colour'"},
         {"keychain action", {"keychain", "list", "h", "u"}, "unknown action 'list' (set, find or delete)"},
@@ -295,12 +305,9 @@ TEST(BadArguments, UnknownCommandAndNoCommand)
 // the largest counts, the widest ports.
 TEST(BadArguments, EdgeValuesThatAreFine)
 {
-    const QList<QList<QByteArray>> table = {{"perms", "-rwxr-xr-x"},
-                                            {"size", "18446744073709551615"},
-                                            {"lsdate", "Feb 29 10:30"},
-                                            {"lsdate", "Feb 29  2000"},
-                                            {"url", "ftp://h:65535/x"},
-                                            {"url", "ftp://h:1/x"},
+    const QList<QList<QByteArray>> table = {{"perms", "-rwxr-xr-x"},      {"size", "18446744073709551615"},
+                                            {"lsdate", "Feb 29 10:30"},   {"lsdate", "Feb 29  2000"},
+                                            {"url", "ftp://h:65535/x"},   {"url", "ftp://h:1/x"},
                                             {"hotkey", "show", "-1", "0"}};
     for (const auto &arguments : table) {
         const Result result = rkcore(arguments);
@@ -316,7 +323,8 @@ QJsonObject parsedJson(const QList<QByteArray> &arguments)
     EXPECT_EQ(result.status, 0) << arguments.join(' ').constData() << ": " << result.err.constData();
     QJsonParseError error{};
     const QJsonDocument document = QJsonDocument::fromJson(result.out, &error);
-    EXPECT_EQ(error.error, QJsonParseError::NoError) << arguments.join(' ').constData() << ": " << result.out.constData();
+    EXPECT_EQ(error.error, QJsonParseError::NoError)
+        << arguments.join(' ').constData() << ": " << result.out.constData();
     EXPECT_TRUE(document.isObject());
     return document.object();
 }
@@ -325,9 +333,9 @@ QJsonObject parsedJson(const QList<QByteArray> &arguments)
 // same value.
 TEST(Json, FieldCommandsCarryEveryFieldOfTheText)
 {
-    const QList<QList<QByteArray>> table = {{"perms", "0o4755"},      {"size", "5368709120"},
+    const QList<QList<QByteArray>> table = {{"perms", "0o4755"},        {"size", "5368709120"},
                                             {"lsdate", "Jan 15 10:30"}, {"url", "sftp://me:pw@host:2222/data"},
-                                            {"info", "/usr/bin/sh"},   {"info", "/etc"}};
+                                            {"info", "/usr/bin/sh"},    {"info", "/etc"}};
     static const QRegularExpression field(QStringLiteral("^([^:]+): +(.*)$"));
     for (const auto &arguments : table) {
         const QJsonObject json = parsedJson(QList<QByteArray>{arguments.first(), "--json"} + arguments.mid(1));
@@ -359,7 +367,8 @@ TEST(Json, ListingsAndUsage)
         entries.insert(entry.toObject().value(QStringLiteral("name")).toString(), entry.toObject());
     EXPECT_EQ(entries.value(QStringLiteral("big")).value(QStringLiteral("size")).toInteger(), 5LL << 30);
     EXPECT_EQ(entries.value(QStringLiteral("big")).value(QStringLiteral("sizeText")).toString(), QStringLiteral("5GB"));
-    EXPECT_EQ(entries.value(QStringLiteral("to-plain")).value(QStringLiteral("target")).toString(), QStringLiteral("plain"));
+    EXPECT_EQ(entries.value(QStringLiteral("to-plain")).value(QStringLiteral("target")).toString(),
+              QStringLiteral("plain"));
     EXPECT_EQ(entries.value(QStringLiteral("plain")).value(QStringLiteral("kind")).toString(), QStringLiteral("file"));
     for (const char *key : {"permissions", "links", "owner", "group", "date"})
         EXPECT_TRUE(entries.value(QStringLiteral("plain")).contains(QLatin1String(key))) << key;
@@ -378,9 +387,15 @@ TEST(Json, ListingsAndUsage)
 
 TEST(OutputErrors, AFullDeviceGivesOneLineAndAFailure)
 {
-    const QList<QList<QByteArray>> table = {{"ls", "/"},          {"ls", "--json", "/usr/bin"}, {"--help"},
-                                            {"ls", "--help"},     {"perms", "755"},        {"size", "--json", "1"},
-                                            {"url", "ftp://h/x"}, {"labels"},              {"info", "/etc/hostname"},
+    const QList<QList<QByteArray>> table = {{"ls", "/"},
+                                            {"ls", "--json", "/usr/bin"},
+                                            {"--help"},
+                                            {"ls", "--help"},
+                                            {"perms", "755"},
+                                            {"size", "--json", "1"},
+                                            {"url", "ftp://h/x"},
+                                            {"labels"},
+                                            {"info", "/etc/hostname"},
                                             {"du", "/etc/hostname"}};
     for (const auto &arguments : table) {
         const Result result = rkcore(arguments, {}, "/dev/full");
@@ -409,7 +424,9 @@ TEST(Listing, SizesBeyondThirtyTwoBitsAgreeWithLsL)
         long long bytes;
         const char *text;
     };
-    const Size table[] = {{"three", 3LL << 30, "3GB"}, {"five", 5LL << 30, "5GB"}, {"four-plus-one", (4LL << 30) + 1, "4GB"},
+    const Size table[] = {{"three", 3LL << 30, "3GB"},
+                          {"five", 5LL << 30, "5GB"},
+                          {"four-plus-one", (4LL << 30) + 1, "4GB"},
                           {"small", 1500, nullptr}};
     for (const Size &row : table) {
         const QByteArray path = QFile::encodeName(folder.path()) + '/' + row.name;
@@ -452,9 +469,9 @@ TEST(Listing, NamesQuotedOnATerminalAsLsQuotesThem)
 {
     ScratchFolder folder;
     ASSERT_TRUE(folder.isValid());
-    const QList<QByteArray> names = {"plain",     "a b",      "a\nb",   "\nlead", "trail\n", "it's", "it's $x",
-                                     "tab\tx",    "x=y",      "~home",  "a~",     "#c",      "c#",   "a*",
-                                     "bad\xff",   "caf\xc3\xa9", "esc\x1b", "a]",   "{a}",     "a\"b"};
+    const QList<QByteArray> names = {"plain",   "a b",         "a\nb",    "\nlead", "trail\n", "it's", "it's $x",
+                                     "tab\tx",  "x=y",         "~home",   "a~",     "#c",      "c#",   "a*",
+                                     "bad\xff", "caf\xc3\xa9", "esc\x1b", "a]",     "{a}",     "a\"b"};
     for (const QByteArray &name : names)
         touch(folder.path(), name);
     const QByteArray path = QFile::encodeName(folder.path());
@@ -462,8 +479,8 @@ TEST(Listing, NamesQuotedOnATerminalAsLsQuotesThem)
     const QList<QByteArray> oracle = lines(onTerminal({"/bin/ls", "-1", path}));
     ASSERT_EQ(oracle.size(), names.size()) << "ls -1 on the terminal: " << oracle.join('|').constData();
     for (const QByteArray &expected : oracle) {
-        const bool found =
-            std::any_of(ours.begin(), ours.end(), [&](const QByteArray &line) { return line.endsWith(" " + expected); });
+        const bool found = std::any_of(ours.begin(), ours.end(),
+                                       [&](const QByteArray &line) { return line.endsWith(" " + expected); });
         EXPECT_TRUE(found) << "no row ends in " << expected.constData();
     }
     // Piped: the raw bytes.
@@ -487,7 +504,7 @@ TEST(Listing, PathsAsBytesUrlsSeveralPathsAndDev)
     };
     const QByteArray base = QFile::encodeName(folder.path());
     const Case table[] = {
-        {"a non-UTF-8 file", {"ls", odd}, 0, odd + "\n"},
+        {"a non-UTF-8 file", {"ls", odd}, 0, " file " + odd + "\n"},
         {"a non-UTF-8 folder", {"ls", base + "/dir \xfe"}, 0, " inside\n"},
         {"info of a non-UTF-8 path", {"info", odd}, 0, "name:"},
         {"du of a non-UTF-8 path", {"du", base + "/dir \xfe"}, 0, "\t"},
@@ -571,7 +588,8 @@ TEST(UrlTrace, NothingOfThePasswordShows)
         EXPECT_FALSE(longOne.err.contains("Secret")) << scheme.constData();
         EXPECT_FALSE(longOne.out.contains("Secret")) << scheme.constData();
     }
-    EXPECT_TRUE(rkcore({"url", "--trace", "afp://me:pw@host/vol"}).err.contains("Password is ******** and is * characters long"));
+    EXPECT_TRUE(rkcore({"url", "--trace", "afp://me:pw@host/vol"})
+                    .err.contains("Password is ******** and is * characters long"));
 }
 
 // ---- keychain ----
@@ -583,10 +601,10 @@ bool inPrivateSession()
     return qEnvironmentVariable("RKCORE_PRIVATE_SESSION") == QLatin1String("1");
 }
 
-#define NEEDS_PRIVATE_SESSION()                                                                                      \
-    do {                                                                                                             \
-        if (!inPrivateSession())                                                                                     \
-            GTEST_SKIP() << "runs only in scripts/test's private session (RKCORE_PRIVATE_SESSION=1)";                \
+#define NEEDS_PRIVATE_SESSION()                                                                                        \
+    do {                                                                                                               \
+        if (!inPrivateSession())                                                                                       \
+            GTEST_SKIP() << "runs only in scripts/test's private session (RKCORE_PRIVATE_SESSION=1)";                  \
     } while (false)
 
 QByteArray uniqueHost(const char *what)
@@ -696,7 +714,8 @@ cat "$dir/err"
 )";
     const Result result = runProgram("/bin/bash", {"-c", script, "bash", QFile::encodeName(folder.path()), kTool});
     EXPECT_TRUE(result.out.startsWith("status=3\n")) << result.out.constData();
-    EXPECT_TRUE(result.out.endsWith("rkcore keychain: the password was not stored: the password collection is locked\n"))
+    EXPECT_TRUE(
+        result.out.endsWith("rkcore keychain: the password was not stored: the password collection is locked\n"))
         << result.out.constData();
 }
 

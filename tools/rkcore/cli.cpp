@@ -88,7 +88,8 @@ QString currentCommand()
 int usageError(const QString &message)
 {
     const QString &command = storedCommand();
-    const QString help = command.isEmpty() ? QStringLiteral("rkcore --help") : QStringLiteral("rkcore %1 --help").arg(command);
+    const QString help =
+        command.isEmpty() ? QStringLiteral("rkcore --help") : QStringLiteral("rkcore %1 --help").arg(command);
     writeUtf8(stderr, QStringLiteral("%1%2 (see '%3')\n").arg(prefix(), message, help));
     return kExitUsage;
 }
@@ -212,10 +213,10 @@ std::optional<int64_t> parseInteger(const QString &what, const QString &text, in
 {
     bool ok = false;
     const qlonglong value = text.toLongLong(&ok, 10);
-    const bool digitsOnly =
-        !text.isEmpty() && std::all_of(text.begin() + (text.startsWith(QLatin1Char('-')) ? 1 : 0), text.end(),
-                                       [](QChar c) { return c >= QLatin1Char('0') && c <= QLatin1Char('9'); }) &&
-        text != QLatin1String("-");
+    const bool digitsOnly = !text.isEmpty() &&
+                            std::all_of(text.begin() + (text.startsWith(QLatin1Char('-')) ? 1 : 0), text.end(),
+                                        [](QChar c) { return c >= QLatin1Char('0') && c <= QLatin1Char('9'); }) &&
+                            text != QLatin1String("-");
     if (!digitsOnly) {
         usageError(QStringLiteral("%1 is not a whole number: '%2'").arg(what, shown(text)));
         return std::nullopt;

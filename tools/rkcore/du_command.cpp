@@ -36,15 +36,16 @@ int duCommand(const Arguments &arguments)
         }
         const uint64_t bytes = apparent ? walk.extras.apparentSize : walk.extras.diskUsage;
         if (jsonMode()) {
-            entries.append(QJsonObject{{QStringLiteral("path"), path},
-                                       {QStringLiteral("bytes"), static_cast<qint64>(bytes)},
-                                       {QStringLiteral("unreadableFolders"),
-                                        static_cast<qint64>(walk.extras.unreadableFolders)}});
+            entries.append(
+                QJsonObject{{QStringLiteral("path"), path},
+                            {QStringLiteral("bytes"), static_cast<qint64>(bytes)},
+                            {QStringLiteral("unreadableFolders"), static_cast<qint64>(walk.extras.unreadableFolders)}});
         } else {
             printLine(QStringLiteral("%1\t%2").arg(bytes).arg(path));
         }
         if (walk.extras.unreadableFolders > 0) {
-            failure(QStringLiteral("%1 folders under %2 could not be read").arg(walk.extras.unreadableFolders).arg(path));
+            failure(
+                QStringLiteral("%1 folders under %2 could not be read").arg(walk.extras.unreadableFolders).arg(path));
             status = kExitFailure;
         }
         for (const QString &mount : walk.extras.skippedMounts)

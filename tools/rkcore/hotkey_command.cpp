@@ -52,16 +52,15 @@ std::shared_ptr<rk::KeyCombo> parseCombination(const QString &text, QString &err
             if (parts[i].compare(QLatin1String(modifier.name), Qt::CaseInsensitive) == 0) bit = modifier.bit;
         }
         if (bit == 0) {
-            error =
-                QStringLiteral("unknown modifier '%1' in '%2' (ctrl, alt, super, shift)").arg(parts[i], text);
+            error = QStringLiteral("unknown modifier '%1' in '%2' (ctrl, alt, super, shift)").arg(parts[i], text);
             return nullptr;
         }
         modifiers |= bit;
     }
     const std::optional<int16_t> keyCode = rk::virtualKeyCodeForKeyName(parts.last());
     if (!keyCode) {
-        error = QStringLiteral("unknown key '%1' in '%2' (X key names: F1, a, Return, space ...)")
-                    .arg(parts.last(), text);
+        error =
+            QStringLiteral("unknown key '%1' in '%2' (X key names: F1, a, Return, space ...)").arg(parts.last(), text);
         return nullptr;
     }
     return rk::KeyCombo::keyComboWithKeyCode(*keyCode, modifiers);

@@ -425,7 +425,8 @@ int lsCommand(const Arguments &arguments)
                                         {QStringLiteral("entries"), entries}});
             continue;
         }
-        if (paths.size() > 1) printBytes((first ? QByteArray() : QByteArray("\n")) + shownName(argument, options) + ":\n");
+        if (paths.size() > 1)
+            printBytes((first ? QByteArray() : QByteArray("\n")) + shownName(argument, options) + ":\n");
         first = false;
         if (options.raw) {
             (void)std::fflush(stderr);

@@ -27,8 +27,9 @@ QString impossibility(const QRegularExpressionMatch &match)
     const int day = match.captured(2).trimmed().toInt();
     const int year = match.captured(5).isEmpty() ? 2000 : match.captured(5).toInt();
     if (!QDate::isValid(year, static_cast<int>(month) + 1, day)) {
-        return match.captured(5).isEmpty() ? QStringLiteral("%1 has no day %2").arg(match.captured(1)).arg(day)
-                                           : QStringLiteral("%1 %2 has no day %3").arg(match.captured(1)).arg(year).arg(day);
+        return match.captured(5).isEmpty()
+                   ? QStringLiteral("%1 has no day %2").arg(match.captured(1)).arg(day)
+                   : QStringLiteral("%1 %2 has no day %3").arg(match.captured(1)).arg(year).arg(day);
     }
     if (!match.captured(3).isEmpty() && (match.captured(3).toInt() > 23 || match.captured(4).toInt() > 59))
         return QStringLiteral("no time of day is %1:%2").arg(match.captured(3), match.captured(4));

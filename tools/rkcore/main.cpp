@@ -20,9 +20,10 @@ namespace {
 
 void printHelp()
 {
-    rkcli::printLine(QStringLiteral("Usage: rkcore COMMAND [ARGUMENTS...]\n"
-                                    "       rkcore COMMAND --help   (a command's arguments, options and exit statuses)\n"
-                                    "\nCommands:"));
+    rkcli::printLine(
+        QStringLiteral("Usage: rkcore COMMAND [ARGUMENTS...]\n"
+                       "       rkcore COMMAND --help   (a command's arguments, options and exit statuses)\n"
+                       "\nCommands:"));
     for (const rkcli::Command &command : rkcli::commands()) {
         rkcli::printLine(
             QStringLiteral("  %1 %2\n      %3")
