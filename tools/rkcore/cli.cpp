@@ -55,6 +55,17 @@ JsonState &json()
     return state;
 }
 
+std::FILE *&errorStream()
+{
+    static std::FILE *stream = stderr;
+    return stream;
+}
+
+void writeError(const QString &text)
+{
+    if (errorStream() != nullptr) writeUtf8(errorStream(), text);
+}
+
 // "rkcore ls: " or, before a command is chosen, "rkcore: ".
 QString prefix()
 {
@@ -75,6 +86,11 @@ QList<QByteArray> rawArguments()
     return storedRawArguments();
 }
 
+void setErrorStream(std::FILE *stream)
+{
+    errorStream() = stream;
+}
+
 void setCurrentCommand(const QString &name)
 {
     storedCommand() = name;
@@ -90,13 +106,13 @@ int usageError(const QString &message)
     const QString &command = storedCommand();
     const QString help =
         command.isEmpty() ? QStringLiteral("rkcore --help") : QStringLiteral("rkcore %1 --help").arg(command);
-    writeUtf8(stderr, QStringLiteral("%1%2 (see '%3')\n").arg(prefix(), message, help));
+    writeError(QStringLiteral("%1%2 (see '%3')\n").arg(prefix(), message, help));
     return kExitUsage;
 }
 
 int failure(const QString &message)
 {
-    writeUtf8(stderr, prefix() + message + QLatin1Char('\n'));
+    writeError(prefix() + message + QLatin1Char('\n'));
     return kExitFailure;
 }
 

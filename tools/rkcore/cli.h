@@ -11,6 +11,7 @@
 #include <QStringList>
 
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <memory>
 #include <optional>
@@ -34,6 +35,10 @@ QList<QByteArray> rawArguments();
 // is chosen.
 void setCurrentCommand(const QString &name);
 QString currentCommand();
+
+// Where error lines go: standard error unless changed (a test harness may
+// discard them with null).
+void setErrorStream(std::FILE *stream);
 
 // Writes "rkcore COMMAND: <message> (see 'rkcore COMMAND --help')" to standard
 // error and returns kExitUsage.
