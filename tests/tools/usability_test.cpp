@@ -35,8 +35,6 @@
 #include <thread>
 #include <vector>
 
-extern char **environ;
-
 namespace {
 
 const QByteArray kTool = RKCORE_TOOL;
@@ -76,6 +74,7 @@ Result runProgram(const QByteArray &program, const QList<QByteArray> &arguments,
         if (!entry.endsWith('=')) envStore.push_back(entry);
     }
     std::vector<char *> envp;
+    envp.reserve(envStore.size() + 1);
     for (QByteArray &entry : envStore)
         envp.push_back(entry.data());
     envp.push_back(nullptr);
@@ -203,7 +202,7 @@ private:
 
 QByteArray touch(const QString &folder, const QByteArray &name)
 {
-    const QByteArray path = QFile::encodeName(folder) + '/' + name;
+    QByteArray path = QFile::encodeName(folder) + '/' + name;
     const int fd = ::open(path.constData(), O_CREAT | O_WRONLY | O_CLOEXEC, 0644);
     if (fd >= 0) close(fd);
     return path;
@@ -233,9 +232,9 @@ TEST(Help, EveryCommandAnswersItsOwnHelpOnStandardOutput)
 // ---- bad arguments: one wording, one line, status 2, nothing on standard output ----
 
 struct BadArguments {
-    const char *name;
+    const char *name = nullptr;
     QList<QByteArray> arguments;
-    const char *message; // what the line says after "rkcore COMMAND: "
+    const char *message = nullptr; // what the line says after "rkcore COMMAND: "
 };
 
 TEST(BadArguments, OneLineInOneWordingWithStatusTwo)
@@ -420,9 +419,9 @@ TEST(Listing, SizesBeyondThirtyTwoBitsAgreeWithLsL)
     ScratchFolder folder;
     ASSERT_TRUE(folder.isValid());
     struct Size {
-        const char *name;
-        long long bytes;
-        const char *text;
+        const char *name = nullptr;
+        long long bytes = 0;
+        const char *text = nullptr;
     };
     const Size table[] = {{"three", 3LL << 30, "3GB"},
                           {"five", 5LL << 30, "5GB"},
@@ -497,9 +496,9 @@ TEST(Listing, PathsAsBytesUrlsSeveralPathsAndDev)
     ASSERT_EQ(mkdir((QFile::encodeName(folder.path()) + "/dir \xfe").constData(), 0755), 0);
     touch(folder.path(), "dir \xfe/inside");
     struct Case {
-        const char *name;
+        const char *name = nullptr;
         QList<QByteArray> arguments;
-        int status;
+        int status = 0;
         QByteArray contains;
     };
     const QByteArray base = QFile::encodeName(folder.path());
@@ -617,10 +616,10 @@ TEST(Keychain, StatusesForStoredMissingAndDeletedItems)
     NEEDS_PRIVATE_SESSION();
     const QByteArray host = uniqueHost("statuses");
     struct Step {
-        const char *name;
+        const char *name = nullptr;
         QList<QByteArray> arguments;
         QByteArray input;
-        int status;
+        int status = 0;
         QByteArray out;
     };
     const QByteArray latin = "caf\xc3\xa9-\xc3\xbc";

@@ -83,7 +83,7 @@ QString fromCore(const CoreText &text);
 // An option a command takes: a flag (no valueName) or an option with a value
 // in the next argument ("--sort date") or after '=' ("--sort=date").
 struct OptionSpec {
-    const char *name;                // "--sort"
+    const char *name = nullptr;      // "--sort"
     const char *valueName = nullptr; // "name|date|size|access"; null for a flag
     const char *help = "";
     bool freeValue = false; // the value may hold blanks at its ends (a pattern)

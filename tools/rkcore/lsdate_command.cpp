@@ -40,7 +40,7 @@ QString impossibility(const QRegularExpressionMatch &match)
 
 int lsdateCommand(const Arguments &arguments)
 {
-    const QString input = arguments.at(0);
+    const QString &input = arguments.at(0);
     // "Mmm dd hh:mm" or "Mmm dd  yyyy"; the day may begin with a blank.
     static const QRegularExpression layout(
         QStringLiteral("^([A-Z][a-z]{2}) ([ 0-9][0-9]) (?:([0-9]{2}):([0-9]{2})| ([0-9]{4}))$"));

@@ -46,7 +46,7 @@ int printForms(int32_t octal, uint32_t mode)
 
 int permsCommand(const Arguments &arguments)
 {
-    const QString input = arguments.at(0);
+    const QString &input = arguments.at(0);
 
     // 1-3 octal digits: the framework's octal value, read as the core reads it.
     static const QRegularExpression value(QStringLiteral("^[0-7]{1,3}$"));

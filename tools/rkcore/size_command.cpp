@@ -22,7 +22,7 @@ QString quoted(const CoreText &text)
 
 int sizeCommand(const Arguments &arguments)
 {
-    const QString input = arguments.at(0);
+    const QString &input = arguments.at(0);
     bool ok = false;
     const qulonglong bytes = input.toULongLong(&ok, 10);
     static const QRegularExpression digits(QStringLiteral("^[0-9]+$"));

@@ -133,7 +133,7 @@ void traceToStandardError(const char *trace, void *context)
 
 int urlCommand(const Arguments &arguments)
 {
-    const QString input = arguments.at(0);
+    const QString &input = arguments.at(0);
     if (!checkPort(input)) return kExitUsage;
     const bool append = arguments.has("--append");
     const QByteArray text = input.toUtf8();
