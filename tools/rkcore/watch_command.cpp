@@ -75,7 +75,7 @@ int watchFile(const QString &path)
     watcher->setDelegate(std::make_shared<PrintingDelegate>());
     watcher->setContext(path);
     watcher->monitorFileAtPath(path);
-    (void)std::fprintf(stderr, "rkcore: watching %s (Ctrl-C to stop)\n", qPrintable(path));
+    (void)std::fprintf(stderr, "rkcore watch: watching %s (Ctrl-C to stop)\n", qPrintable(path));
     const int status = QCoreApplication::exec();
     watcher->stopWatching();
     return status;
@@ -92,7 +92,7 @@ int watchFolder(const QString &path)
     } catch (const std::invalid_argument &error) {
         return failure(QStringLiteral("cannot watch %1: %2").arg(path, QString::fromUtf8(error.what())));
     }
-    (void)std::fprintf(stderr, "rkcore: watching the folder %s %s(Ctrl-C to stop)\n", qPrintable(path),
+    (void)std::fprintf(stderr, "rkcore watch: watching the folder %s %s(Ctrl-C to stop)\n", qPrintable(path),
                        notifier->isPolling() ? "by polling it every second " : "");
     return QCoreApplication::exec();
 }
