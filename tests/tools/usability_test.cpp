@@ -637,6 +637,8 @@ TEST(Keychain, StatusesForStoredMissingAndDeletedItems)
         {"generic delete again", {"keychain", "delete", "--generic", host, "me"}, {}, 1, {}},
         {"too long", {"keychain", "set", host, "me"}, QByteArray(257, 'x') + "\n", 2, {}},
         {"too long was not stored", {"keychain", "find", host, "me"}, {}, 1, {}},
+        {"not UTF-8", {"keychain", "set", host, "me"}, "caf\xe9\n", 2, {}},
+        {"not UTF-8 was not stored", {"keychain", "find", host, "me"}, {}, 1, {}},
         {"256 bytes fit", {"keychain", "set", host, "me"}, QByteArray(256, 'y') + "\n", 0, "stored\n"},
         {"cleanup", {"keychain", "delete", host, "me"}, {}, 0, "deleted\n"},
     };

@@ -65,8 +65,10 @@ extern "C" void restoreTerminalAndDie(int signal)
     (void)std::raise(signal);
 }
 
-// The password from a no-echo prompt on a terminal, else from standard input.
-std::optional<QString> readPassword()
+// The password from a no-echo prompt on a terminal, else from standard input;
+// `utf8` tells whether the line was UTF-8 text (the store keeps text, so
+// other bytes would be stored as something else).
+std::optional<QString> readPassword(bool &utf8)
 {
     std::optional<std::string> line;
     if (isatty(STDIN_FILENO) != 0 && tcgetattr(STDIN_FILENO, &savedTerminal) == 0) {
@@ -88,6 +90,9 @@ std::optional<QString> readPassword()
     }
     if (!line) return std::nullopt;
     QString password = QString::fromStdString(*line);
+    QByteArray again = password.toUtf8();
+    utf8 = again.size() == static_cast<qsizetype>(line->size()) && again == line->c_str();
+    again.fill('\0');
     line->assign(line->size(), '\0');
     return password;
 }
@@ -150,8 +155,10 @@ QString findPassword(const Request &request)
 
 int set(const Request &request)
 {
-    const std::optional<QString> password = readPassword();
+    bool utf8 = true;
+    const std::optional<QString> password = readPassword(utf8);
     if (!password) return failure(QStringLiteral("no password given on standard input"));
+    if (!utf8) return usageError(QStringLiteral("the password is not UTF-8 text"));
     const qsizetype bytes = password->toUtf8().size();
     if (bytes > kMaxPasswordBytes) {
         return usageError(QStringLiteral("the password is %1 bytes of UTF-8; at most %2 can be read back")
