@@ -468,9 +468,10 @@ TEST(Listing, NamesQuotedOnATerminalAsLsQuotesThem)
 {
     ScratchFolder folder;
     ASSERT_TRUE(folder.isValid());
-    const QList<QByteArray> names = {"plain",   "a b",         "a\nb",    "\nlead", "trail\n", "it's", "it's $x",
-                                     "tab\tx",  "x=y",         "~home",   "a~",     "#c",      "c#",   "a*",
-                                     "bad\xff", "caf\xc3\xa9", "esc\x1b", "a]",     "{a}",     "a\"b"};
+    const QList<QByteArray> names = {"plain",   "a b",         "a\nb",      "\nlead", "trail\n", "it's", "it's $x",
+                                     "tab\tx",  "x=y",         "~home",     "a~",     "#c",      "c#",   "a*",
+                                     "bad\xff", "caf\xc3\xa9", "esc\x1b",   "a]",     "{a}",     "a\"b", "a\n'",
+                                     "\n'",     "'a\n",        "ab'cd\nef", "x y'\tz"};
     for (const QByteArray &name : names)
         touch(folder.path(), name);
     const QByteArray path = QFile::encodeName(folder.path());

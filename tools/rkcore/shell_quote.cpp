@@ -101,14 +101,19 @@ QByteArray singleQuoted(const QByteArray &name, const QByteArray &mask)
             out += '\'';
             continue;
         }
+        if (c == '\'') {
+            // Closed, escaped, reopened: after an escape the quote is closed
+            // already, and the escape follows it directly.
+            if (open) out += '\'';
+            out += "\\''";
+            open = true;
+            continue;
+        }
         if (!open) {
             out += '\'';
             open = true;
         }
-        if (c == '\'')
-            out += "'\\''";
-        else
-            out += c;
+        out += c;
     }
     if (open) out += '\'';
     return out;
