@@ -507,7 +507,7 @@ TEST(Listing, PathsAsBytesUrlsSeveralPathsAndDev)
         {"a non-UTF-8 file", {"ls", odd}, 0, " file " + odd + "\n"},
         {"a non-UTF-8 folder", {"ls", base + "/dir \xfe"}, 0, " inside\n"},
         {"info of a non-UTF-8 path", {"info", odd}, 0, "name:"},
-        {"du of a non-UTF-8 path", {"du", base + "/dir \xfe"}, 0, "\t"},
+        {"du of a non-UTF-8 path", {"du", base + "/dir \xfe"}, 0, "\t" + base + "/dir \xfe\n"},
         {"a file URL", {"ls", "file://" + base.toPercentEncoding("/") + "/dir%20%FE"}, 0, " inside\n"},
         {"a localhost file URL", {"ls", "file://localhost" + base + "/dir%20%FE"}, 0, " inside\n"},
         {"several paths", {"ls", base + "/dir \xfe", odd}, 0, base + "/dir \xfe:\n"},

@@ -41,7 +41,9 @@ int duCommand(const Arguments &arguments)
                             {QStringLiteral("bytes"), static_cast<qint64>(bytes)},
                             {QStringLiteral("unreadableFolders"), static_cast<qint64>(walk.extras.unreadableFolders)}});
         } else {
-            printLine(QStringLiteral("%1\t%2").arg(bytes).arg(path));
+            // The path as given, byte for byte, as du writes it.
+            printBytes(QByteArray::number(static_cast<qulonglong>(bytes)) + '\t' + arguments.positionalBytes().at(i) +
+                       '\n');
         }
         if (walk.extras.unreadableFolders > 0) {
             failure(
