@@ -10,6 +10,7 @@
 #include <rkcore/rpf_size.h>
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -264,6 +265,24 @@ QSet<QByteArray> namesIn(const QByteArray &path)
     return names;
 }
 
+// A name the folder lists whose entry is gone before it can be examined, as
+// the core's read met one; empty when none goes during this scan.
+QByteArray vanishingEntry(const QByteArray &path)
+{
+    DIR *dir = opendir(path.constData());
+    if (dir == nullptr) return {};
+    QByteArray vanished;
+    while (const dirent *entry = readdir(dir)) {
+        struct stat data {};
+        if (fstatat(dirfd(dir), entry->d_name, &data, AT_SYMLINK_NOFOLLOW) != 0 && errno == ENOENT) {
+            vanished = entry->d_name;
+            break;
+        }
+    }
+    closedir(dir);
+    return vanished;
+}
+
 // Leaves out what a browser hides by default (dot names, the system names,
 // items marked invisible or listed in the folder's .hidden) unless `all`, and
 // names that do not match `pattern` when one is given.
@@ -319,6 +338,8 @@ Reading readPath(const QByteArray &path)
         const bool folderThere = stat(path.constData(), &data) == 0 && S_ISDIR(data.st_mode);
         if (!folderThere || reading.error != ENOENT) return reading;
         reading.changing = true;
+        // The entry that went: one listed before the read and not after it,
+        // else one that goes while the folder is scanned again.
         const QSet<QByteArray> after = namesIn(path);
         for (const QByteArray &name : before) {
             if (!after.contains(name)) {
@@ -326,6 +347,7 @@ Reading readPath(const QByteArray &path)
                 break;
             }
         }
+        if (reading.vanished.isEmpty()) reading.vanished = vanishingEntry(path);
         std::this_thread::sleep_for(kRetryPause);
     }
     return reading;
