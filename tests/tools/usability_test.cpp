@@ -519,6 +519,9 @@ TEST(Listing, PathsAsBytesUrlsSeveralPathsAndDev)
     }
     const Result several = rkcore({"ls", base + "/dir \xfe", odd});
     EXPECT_TRUE(several.out.contains("\n\n" + odd + ":\n")) << several.out.constData();
+    const Result empty = rkcore({"ls", ""});
+    EXPECT_EQ(empty.status, 1);
+    EXPECT_EQ(empty.err, "rkcore ls: cannot read '': No such file or directory\n");
     const Result remote = rkcore({"ls", "file://elsewhere/x"});
     EXPECT_EQ(remote.status, 2);
     const Result missing = rkcore({"ls", base + "/missing", base});

@@ -358,6 +358,8 @@ int rowsOfPath(const QByteArray &argument, const Options &options, std::vector<R
                std::shared_ptr<rk::RBFileSystemObject> &object)
 {
     const QString shown = QFile::decodeName(argument);
+    if (argument.isEmpty())
+        return failure(QStringLiteral("cannot read '': %1").arg(QString::fromLocal8Bit(std::strerror(ENOENT))));
     const QByteArray path = localPath(argument);
     if (path.isEmpty()) return usageError(QStringLiteral("not a local file URL: '%1'").arg(shown));
     // The core reads nothing inside folders under the "/dev" prefix.
