@@ -483,6 +483,13 @@ TEST(Listing, NamesQuotedOnATerminalAsLsQuotesThem)
                                        [&](const QByteArray &line) { return line.endsWith(" " + expected); });
         EXPECT_TRUE(found) << "no row ends in " << expected.constData();
     }
+    // As ls -l on a terminal: with quoted names about, plain names get a blank
+    // in front so that the names line up.
+    const QByteArray lsLong = onTerminal({"/bin/ls", "-l", path});
+    ASSERT_TRUE(lsLong.contains("  plain\n")) << lsLong.constData();
+    EXPECT_TRUE(std::any_of(ours.begin(), ours.end(), [](const QByteArray &line) {
+        return line.endsWith("file  plain");
+    })) << ours.join('\n').constData();
     // Piped: the raw bytes.
     const Result piped = rkcore({"ls", path});
     EXPECT_TRUE(piped.out.contains(" a\nb\n"));

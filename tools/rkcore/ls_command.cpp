@@ -212,13 +212,20 @@ void printRows(const std::vector<Row> &rows, const Options &options)
     }
     auto left = [](const std::string &text, size_t width) { return text + std::string(width - text.size(), ' '); };
     auto right = [](const std::string &text, size_t width) { return std::string(width - text.size(), ' ') + text; };
+    // As ls does on a terminal: when some names are quoted, the others get a
+    // blank in front so that the names line up.
+    const auto quoted = [](const QByteArray &shown) { return shown.startsWith('\'') || shown.startsWith('"'); };
+    const bool anyQuoted = options.quote && std::any_of(rows.begin(), rows.end(), [&](const Row &row) {
+                               return quoted(shownName(row.name, options));
+                           });
     QByteArray out;
     for (const Row &row : rows) {
+        const QByteArray name = shownName(row.name, options);
         const std::string cells = left(row.mode, widths[kMode]) + ' ' + right(row.links, widths[kLinks]) + ' ' +
                                   left(row.owner, widths[kOwner]) + ' ' + left(row.group, widths[kGroup]) + ' ' +
                                   right(row.size, widths[kSize]) + ' ' + left(row.date, widths[kDate]) + ' ' +
                                   left(row.kind, widths[kKind]) + ' ';
-        out += QByteArray::fromStdString(cells) + shownName(row.name, options);
+        out += QByteArray::fromStdString(cells) + (anyQuoted && !quoted(name) ? " " + name : name);
         if (row.isLink) out += " -> " + shownName(row.target, options);
         out += '\n';
     }
