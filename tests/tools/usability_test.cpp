@@ -584,6 +584,29 @@ TEST(Listing, AFolderChangingDuringTheReadIsRetriedThenReportedAsChanging)
     EXPECT_EQ(listed + reported, 8);
 }
 
+// The same, made certain: an entry that cannot be examined when the core
+// reads the folder (a preloaded fstatat answers ENOENT for it). Once: the
+// retry lists the folder. Always: the folder is reported as changing, naming
+// the entry.
+TEST(Listing, AVanishingEntryIsRetriedAndNamed)
+{
+    ScratchFolder folder;
+    ASSERT_TRUE(folder.isValid());
+    touch(folder.path(), "kept");
+    touch(folder.path(), "vanish-1");
+    const QByteArray base = QFile::encodeName(folder.path());
+    const QList<QByteArray> preload = {"LD_PRELOAD=" VANISHING_ENTRIES,
+                                       "ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=1"};
+    const Result once = rkcore({"ls", base}, {}, nullptr, preload + QList<QByteArray>{"RKTEST_VANISH_TIMES=2"});
+    EXPECT_EQ(once.status, 0) << once.err.constData();
+    EXPECT_TRUE(once.out.contains(" vanish-1\n")) << once.out.constData();
+    const Result always = rkcore({"ls", base}, {}, nullptr, preload);
+    EXPECT_EQ(always.status, 1);
+    EXPECT_TRUE(always.out.isEmpty());
+    EXPECT_TRUE(always.err.endsWith("rkcore ls: " + base + " changed while being read (vanish-1 vanished)\n"))
+        << always.err.constData();
+}
+
 // ---- url --trace ----
 
 // The traces of two URLs that differ only in the password are the same: no
