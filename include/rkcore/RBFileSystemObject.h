@@ -141,6 +141,12 @@ public:
     // is true and the item is a folder or a volume.
     static std::shared_ptr<RBFileSystemObject> newFSOForLocalPath(const QString &path, bool assimilating);
 
+    // As newFSOForLocalPath(path, assimilating) for a path given as the file
+    // system's own bytes, which need not be UTF-8 (a name written by another
+    // system): nothing is lost in a conversion. nullptr for an empty path,
+    // one holding a NUL, or an item that cannot be read (errno says why).
+    static std::shared_ptr<RBFileSystemObject> newFSOForLocalPathBytes(const QByteArray &path, bool assimilating);
+
     // The path an alias file (a desktop entry of Type=Link to a file: URL,
     // chains followed) points to; any other path unchanged; null for null.
     static QString resolveAliasFromFileAtPath(const QString &path);

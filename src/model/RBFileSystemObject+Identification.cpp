@@ -125,11 +125,21 @@ std::optional<QByteArray> existingPathBytes(const QString &path)
     return path.toUtf8();
 }
 
+// The kind of the item at a path given as the file system's bytes (see
+// typeForItemAtPath).
+int32_t typeForItemAtPathBytes(const std::optional<QByteArray> &bytes, int32_t *typeWePointTo, bool *isPackaged);
+
 } // namespace
 
 int32_t RBFileSystemObject::typeForItemAtPath(const QString &path, int32_t *typeWePointTo, bool *isPackaged)
 {
-    const auto bytes = existingPathBytes(path);
+    return typeForItemAtPathBytes(existingPathBytes(path), typeWePointTo, isPackaged);
+}
+
+namespace {
+
+int32_t typeForItemAtPathBytes(const std::optional<QByteArray> &bytes, int32_t *typeWePointTo, bool *isPackaged)
+{
     struct stat status {};
     if (!bytes || stat(bytes->constData(), &status) != 0) return kRBKindNone;
     if (isPackaged != nullptr) *isPackaged = false;
@@ -152,6 +162,8 @@ int32_t RBFileSystemObject::typeForItemAtPath(const QString &path, int32_t *type
     }
     return classify(*bytes, facts, platform::MountTable::snapshot(), typeWePointTo, isPackaged);
 }
+
+} // namespace
 
 void RBFileSystemObjectPrivate::identifyFromRecord(RBFileSystemObject &object, const platform::MountTable &mounts)
 {
@@ -186,7 +198,10 @@ void RBFileSystemObjectPrivate::identifyFromRecord(RBFileSystemObject &object, c
 void RBFileSystemObject::identify()
 {
     bool packaged = false;
-    d->myItemsType = typeForItemAtPath(completePath(), &d->myTargetedItemsType, &packaged);
+    // The record's own bytes: a path that is not UTF-8 keeps its bytes.
+    const char *path = d->_fso_struct->complete_path;
+    d->myItemsType = path != nullptr ? typeForItemAtPathBytes(QByteArray(path), &d->myTargetedItemsType, &packaged)
+                                     : typeForItemAtPath(completePath(), &d->myTargetedItemsType, &packaged);
     setApplicationIsPackaged(packaged);
 }
 

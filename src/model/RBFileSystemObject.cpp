@@ -301,10 +301,22 @@ std::shared_ptr<RBFileSystemObject> RBFileSystemObject::newFSOForLocalPath(const
                    .arg(path);
         return nullptr;
     }
-    rpf_fso *record = rpf_fso_get_local_fso(bytes->constData());
+    return newFSOForLocalPathBytes(*bytes, assimilating);
+}
+
+std::shared_ptr<RBFileSystemObject> RBFileSystemObject::newFSOForLocalPathBytes(const QByteArray &path,
+                                                                                bool assimilating)
+{
+    if (path.isEmpty() || path.contains('\0')) {
+        errno = EINVAL;
+        return nullptr;
+    }
+    rpf_fso *record = rpf_fso_get_local_fso(path.constData());
     if (record == nullptr) {
+        const int error = errno;
         qCInfo(rkcoreLog).noquote()
             << "RBFileSystemObject + ( id ) newFSOForLocalPath:(NSString *)thePath Failed to get item information";
+        errno = error;
         return nullptr;
     }
     auto object = RBFileSystemObjectPrivate::wrap(record, RecordTree::adopt(record));

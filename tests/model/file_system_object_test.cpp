@@ -348,6 +348,39 @@ TEST(FileSystemObjectFactories, RefuseWhatCannotBeReadWithTheirLogLines)
     }
 }
 
+// A path given as bytes that are not UTF-8 keeps them: the folder is read, its
+// child keeps its exact name, and both are identified by their own bytes
+// (through a QString the bytes would turn into U+FFFD and name nothing).
+TEST(FileSystemObjectFactories, PathsAsBytesNeedNotBeUtf8)
+{
+    QTemporaryDir dir;
+    ASSERT_TRUE(dir.isValid());
+    const QByteArray folder = QFile::encodeName(dir.path()) + "/caf\xe9 \xff";
+    ASSERT_EQ(mkdir(folder.constData(), 0755), 0);
+    std::ofstream(folder.toStdString() + "/na\xefve").put('x');
+    rpf_diagnostics_set_stream(nullptr);
+    const auto object = RBFileSystemObject::newFSOForLocalPathBytes(folder, true);
+    ASSERT_NE(object, nullptr);
+    EXPECT_EQ(object->fsoKind(), kRBKindFolder);
+    ASSERT_EQ(object->actualContents().size(), 1);
+    const auto &child = object->actualContents().first();
+    EXPECT_EQ(QByteArray(child->cstruct()->name), QByteArray("na\xefve"));
+    EXPECT_EQ(child->fsoKind(), kRBKindFile);
+    const auto file = RBFileSystemObject::newFSOForLocalPathBytes(folder + "/na\xefve", false);
+    ASSERT_NE(file, nullptr);
+    EXPECT_EQ(file->fsoKind(), kRBKindFile);
+    // What cannot name an item: nothing, with errno saying why.
+    const std::pair<QByteArray, int> refused[] = {
+        {QByteArray(), EINVAL}, {QByteArray("/tmp/a\0b", 8), EINVAL}, {folder + "/missing", ENOENT}};
+    for (const auto &[path, error] : refused) {
+        errno = 0;
+        EXPECT_EQ(RBFileSystemObject::newFSOForLocalPathBytes(path, true), nullptr) << path.constData();
+        EXPECT_EQ(errno, error) << path.constData();
+    }
+    rpf_diagnostics_reset();
+    (void)std::filesystem::remove_all(std::filesystem::path(folder.toStdString()));
+}
+
 TEST(FileSystemObjectDates, CatalogueTimesConvertBothWays)
 {
     EXPECT_EQ(RBFileSystemObject::carbonReferenceDate(), -3061152000.0);

@@ -265,7 +265,7 @@ TEST_F(Keychain, CommandNeverShowsThePasswordUnasked)
     const std::tuple<QStringList, QByteArray, int, const char *> rows[] = {
         {{"set", host, "me", "22"}, password + '\n', 0, ""},
         {{"find", host, "me", "22"}, {}, 0, ""},
-        {{"find", host, "nobody"}, {}, 1, "RBKeychain : No Item Found"},
+        {{"find", host, "nobody"}, {}, 1, "rkcore keychain: not found"},
         {{"set", "--generic", host, "me"}, password, 0, ""}};
     for (const auto &[arguments, input, exitCode, message] : rows) {
         const ProcessResult result = run(kCommand + arguments, input);
@@ -287,19 +287,18 @@ TEST_F(Keychain, CommandNeverShowsThePasswordUnasked)
 }
 
 // Every call of the command, run through `wrapper` in `environment`, answers "no default keychain"
-// (the generic find with its error code), within five seconds when there is no wrapper.
+// (status 3, the tool's one line), within five seconds when there is no wrapper.
 void expectNoDefaultKeychain(QProcessEnvironment environment, const QStringList &wrapper = {})
 {
     environment.remove("DISPLAY");
     for (const char *row : {"find h u", "set h u", "find --generic h u", "set --generic h u"}) {
-        const char *message =
-            QString(row) == "find --generic h u" ? "Keychain Error : -25307" : "RBKeychain : No Default Keychain";
+        const char *message = "no Secret Service with a default collection";
 
         QElapsedTimer timer;
         timer.start();
         const ProcessResult result = run(wrapper + kCommand + QString(row).split(' '), "pw\n", environment);
         EXPECT_TRUE(!wrapper.isEmpty() || timer.elapsed() < 5000) << row;
-        EXPECT_EQ(result.exitCode, 1) << row << ": " << result.err.toStdString();
+        EXPECT_EQ(result.exitCode, 3) << row << ": " << result.err.toStdString();
         EXPECT_TRUE(result.err.contains(message)) << row << ": " << result.err.toStdString();
     }
 }

@@ -19,14 +19,15 @@ expect_line() {
   fi
 }
 
-# expect_usage_error ARGS...: exit status 2, one line on standard error starting "rkcore: ", nothing on standard output.
+# expect_usage_error ARGS...: exit status 2, one line on standard error starting "rkcore COMMAND: " ("rkcore: "
+# without a command), nothing on standard output.
 expect_usage_error() {
   local out err status
   err=$("$rkcore" "$@" 2>&1 >/dev/null); status=$?
   out=$("$rkcore" "$@" 2>/dev/null)
   if [ $status -ne 2 ]; then fail "rkcore $* exited $status, not 2"; return; fi
-  if [ "$(printf '%s\n' "$err" | wc -l)" -ne 1 ] || [[ "$err" != "rkcore: "* ]]; then
-    fail "rkcore $*: standard error is not one 'rkcore: ' line: $err"; return
+  if [ "$(printf '%s\n' "$err" | wc -l)" -ne 1 ] || ! [[ "$err" =~ ^rkcore(\ [a-z-]+)?:\  ]]; then
+    fail "rkcore $*: standard error is not one 'rkcore COMMAND: ' line: $err"; return
   fi
   if [ -n "$out" ]; then fail "rkcore $*: printed on standard output: $out"; return; fi
   passes=$((passes + 1))
@@ -62,16 +63,17 @@ expect_usage_error size 12k
 expect_usage_error lsdate 'Jan 15'
 expect_usage_error lsdate 'January 15 10:30'
 expect_usage_error ls --what
-expect_usage_error ls /a /b
+expect_usage_error ls --raw --json /
 
 # rkcore ls: the table on standard output, the core's diagnostics on standard error.
 expect_line '^-rw-r--r-- +1 root +root +[0-9]+ .* passwd$' ls --bytes /etc
-expect_line '^lrwxrwxrwx .* sh -> /usr/bin/dash$' ls /usr/bin
+expect_line '^lrwxrwxrwx .* sh -> dash$' ls /usr/bin
+expect_line '^lrwxrwxrwx .* sh -> /usr/bin/dash$' ls --resolve-links /usr/bin
 expect_line '^Item is a File$' ls --raw /etc/hostname
 missing=/nonexistent-$$
 out=$("$rkcore" ls "$missing" 2>/dev/null); status=$?
 err=$("$rkcore" ls "$missing" 2>&1 >/dev/null)
-if [ $status -eq 1 ] && [ -z "$out" ] && printf '%s\n' "$err" | grep -qx "rkcore: cannot read $missing: No such file or directory" &&
+if [ $status -eq 1 ] && [ -z "$out" ] && printf '%s\n' "$err" | grep -qx "rkcore ls: cannot read $missing: No such file or directory" &&
   printf '%s\n' "$err" | grep -q 'Error getting item statistics'; then passes=$((passes + 1)); else
   fail "rkcore ls $missing: status $status, standard output '$out', standard error '$err'"
 fi

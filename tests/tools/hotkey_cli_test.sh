@@ -15,11 +15,11 @@ expect_output() { # PATTERN ARGS...: status 0 and a line matching PATTERN
   printf '%s\n' "$out" | grep -Eq -- "$pattern" || fail "rkcore $*: no /$pattern/ in: $out"
 }
 
-expect_usage_error() { # ARGS...: status 2 and exactly one 'rkcore: ' line on standard error
+expect_usage_error() { # ARGS...: status 2 and exactly one 'rkcore hotkey: ' line on standard error
   local err status
   err=$("$rkcore" "$@" 2>&1 >/dev/null); status=$?
   [ $status -eq 2 ] || { fail "rkcore $* exited $status, not 2"; return; }
-  [ "$(printf '%s\n' "$err" | wc -l)" -eq 1 ] && [[ "$err" == "rkcore: "* ]] || fail "rkcore $*: stderr: $err"
+  [ "$(printf '%s\n' "$err" | wc -l)" -eq 1 ] && [[ "$err" == "rkcore hotkey: "* ]] || fail "rkcore $*: stderr: $err"
 }
 
 expect_output '^display: +F1$' hotkey show 122 0

@@ -33,14 +33,11 @@ QString outcomeText(Outcome outcome)
 
 } // namespace
 
-int adminOpenCommand(const QStringList &arguments)
+int adminOpenCommand(const Arguments &arguments)
 {
-    // The paths are taken from the raw command line, so names that are not
-    // UTF-8 reach the helper unchanged; "--" may precede them.
-    QList<QByteArray> raw = rawArguments().mid(2);
-    if (!raw.isEmpty() && raw.front() == "--") raw.removeFirst();
-    Q_UNUSED(arguments);
-    if (raw.isEmpty() || raw.size() > 2) return usageError(QStringLiteral("admin-open takes APP [DOCUMENT]"));
+    // The paths are the command line's bytes, so names that are not UTF-8
+    // reach the helper unchanged.
+    const QList<QByteArray> &raw = arguments.positionalBytes();
 
     // The tool reports the outcome itself: alerts are not shown and do not end it.
     const auto previousAlert = rk::setAlertHandler([](const rk::Alert &) { return 0; });
@@ -63,7 +60,7 @@ int adminOpenCommand(const QStringList &arguments)
                 : QStringLiteral("opened as administrator: %1 with %2").arg(application, QFile::decodeName(raw.at(1))));
         return 0;
     }
-    return failure(QStringLiteral("admin-open: %1: %2").arg(application, outcomeText(outcome)));
+    return failure(QStringLiteral("%1: %2").arg(application, outcomeText(outcome)));
 }
 
 } // namespace rkcli

@@ -47,14 +47,13 @@ int resolve(const QString &recordFile)
 
 } // namespace
 
-int aliasCommand(const QStringList &arguments)
+int aliasCommand(const Arguments &arguments)
 {
-    QStringList positional;
-    if (!splitArguments("alias", arguments, {}, positional)) return kExitUsage;
+    const QStringList &positional = arguments.positional();
     const QString action = positional.value(0);
     if (action == QLatin1String("make") && positional.size() == 3) return make(positional.at(1), positional.at(2));
     if (action == QLatin1String("resolve") && positional.size() == 2) return resolve(positional.at(1));
-    return usageError(QStringLiteral("usage: rkcore alias make PATH OUT | rkcore alias resolve FILE"));
+    return usageError(QStringLiteral("expected make PATH OUT or resolve FILE"));
 }
 
 } // namespace rkcli

@@ -5,47 +5,57 @@
 #include <rkcore/RBFolderSizeWalk.h>
 
 #include <QFile>
+#include <QJsonArray>
 
 #include "cli.h"
 #include "commands.h"
 
 namespace rkcli {
 
-int duCommand(const QStringList &arguments)
+int duCommand(const Arguments &arguments)
 {
-    bool apparent = false;
-    bool oneFileSystem = false;
-    QStringList paths;
-    QString threads = QStringLiteral("1");
-    if (!splitArguments("du", arguments, {{"--apparent", &apparent}, {"--one-file-system", &oneFileSystem}}, paths,
-                        {{"--threads", &threads}}))
-        return kExitUsage;
-    bool threadsOk = false;
-    const int threadCount = threads.toInt(&threadsOk);
-    if (!threadsOk || threadCount < 1 || threadCount > 64)
-        return usageError(QStringLiteral("du: --threads takes a number from 1 to 64, not %1").arg(threads));
-    if (paths.isEmpty()) return usageError(QStringLiteral("du: no path given"));
+    const bool apparent = arguments.has("--apparent");
+    int64_t threads = 1;
+    if (arguments.has("--threads")) {
+        const auto count = parseInteger(QStringLiteral("--threads"), arguments.value("--threads"), 1, 64);
+        if (!count) return kExitUsage;
+        threads = *count;
+    }
     rk::RBFolderSizeWalkOptions options;
-    options.oneFileSystem = oneFileSystem;
-    options.threads = threadCount;
+    options.oneFileSystem = arguments.has("--one-file-system");
+    options.threads = static_cast<int>(threads);
     options.readAttributes = false; // du's figures need one status per entry, nothing more
     int status = 0;
-    for (const QString &path : paths) {
-        const auto walk = rk::walkFolderSizes(QFile::encodeName(path), options, nullptr);
+    QJsonArray entries;
+    for (qsizetype i = 0; i < arguments.count(); ++i) {
+        const QString &path = arguments.at(i);
+        const auto walk = rk::walkFolderSizes(arguments.positionalBytes().at(i), options, nullptr);
         if (!walk.found) {
-            status = failure(QStringLiteral("du: cannot read %1").arg(path));
+            status = failure(QStringLiteral("cannot read %1").arg(path));
             continue;
         }
         const uint64_t bytes = apparent ? walk.extras.apparentSize : walk.extras.diskUsage;
-        printLine(QStringLiteral("%1\t%2").arg(bytes).arg(path));
+        if (jsonMode()) {
+            entries.append(
+                QJsonObject{{QStringLiteral("path"), path},
+                            {QStringLiteral("bytes"), static_cast<qint64>(bytes)},
+                            {QStringLiteral("unreadableFolders"), static_cast<qint64>(walk.extras.unreadableFolders)}});
+        } else {
+            // The path as given, byte for byte, as du writes it.
+            printBytes(QByteArray::number(static_cast<qulonglong>(bytes)) + '\t' + arguments.positionalBytes().at(i) +
+                       '\n');
+        }
         if (walk.extras.unreadableFolders > 0) {
-            failure(QStringLiteral("du: %1 folders under %2 could not be read")
-                        .arg(walk.extras.unreadableFolders)
-                        .arg(path));
+            failure(
+                QStringLiteral("%1 folders under %2 could not be read").arg(walk.extras.unreadableFolders).arg(path));
             status = kExitFailure;
         }
         for (const QString &mount : walk.extras.skippedMounts)
-            failure(QStringLiteral("du: skipped mount point %1 (not answering, or not mounted)").arg(mount));
+            failure(QStringLiteral("skipped mount point %1 (not answering, or not mounted)").arg(mount));
+    }
+    if (jsonMode()) {
+        jsonDocument().insert(QStringLiteral("apparent"), apparent);
+        jsonDocument().insert(QStringLiteral("paths"), entries);
     }
     return status;
 }

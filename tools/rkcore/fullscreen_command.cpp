@@ -26,19 +26,15 @@ void onInterrupt(int /*signal*/)
 
 } // namespace
 
-int fullscreenCommand(const QStringList &arguments)
+int fullscreenCommand(const Arguments &arguments)
 {
-    QStringList positional;
-    QString countText;
-    if (!splitArguments("fullscreen", arguments, {}, positional, {{"--count", &countText}})) return kExitUsage;
-    if (!positional.isEmpty()) return usageError(QStringLiteral("fullscreen takes no arguments"));
     int remaining = -1;
-    if (!countText.isNull()) {
-        bool ok = false;
-        remaining = countText.toInt(&ok);
-        if (!ok || remaining <= 0) return usageError(QStringLiteral("fullscreen: not a count: %1").arg(countText));
+    if (arguments.has("--count")) {
+        const auto count = parseInteger(QStringLiteral("--count"), arguments.value("--count"), 1, INT32_MAX);
+        if (!count) return kExitUsage;
+        remaining = static_cast<int>(*count);
     }
-    if (qEnvironmentVariableIsEmpty("DISPLAY")) return failure(QStringLiteral("fullscreen: no X11 display"));
+    if (qEnvironmentVariableIsEmpty("DISPLAY")) return failure(QStringLiteral("no X11 display"));
 
     int observer = 0;
     const auto print = [&remaining](const rk::Notification &notification) {

@@ -42,7 +42,7 @@ std::shared_ptr<rk::KeyCombo> parseCombination(const QString &text, QString &err
 {
     const QStringList parts = text.split(QLatin1Char('+'));
     if (text.isEmpty() || parts.contains(QString())) {
-        error = QStringLiteral("hotkey: malformed combination: '%1' (write it as ctrl+shift+F1)").arg(text);
+        error = QStringLiteral("malformed combination: '%1' (write it as ctrl+shift+F1)").arg(text);
         return nullptr;
     }
     int32_t modifiers = 0;
@@ -52,16 +52,15 @@ std::shared_ptr<rk::KeyCombo> parseCombination(const QString &text, QString &err
             if (parts[i].compare(QLatin1String(modifier.name), Qt::CaseInsensitive) == 0) bit = modifier.bit;
         }
         if (bit == 0) {
-            error =
-                QStringLiteral("hotkey: unknown modifier '%1' in '%2' (ctrl, alt, super, shift)").arg(parts[i], text);
+            error = QStringLiteral("unknown modifier '%1' in '%2' (ctrl, alt, super, shift)").arg(parts[i], text);
             return nullptr;
         }
         modifiers |= bit;
     }
     const std::optional<int16_t> keyCode = rk::virtualKeyCodeForKeyName(parts.last());
     if (!keyCode) {
-        error = QStringLiteral("hotkey: unknown key '%1' in '%2' (X key names: F1, a, Return, space ...)")
-                    .arg(parts.last(), text);
+        error =
+            QStringLiteral("unknown key '%1' in '%2' (X key names: F1, a, Return, space ...)").arg(parts.last(), text);
         return nullptr;
     }
     return rk::KeyCombo::keyComboWithKeyCode(*keyCode, modifiers);
@@ -84,18 +83,15 @@ QString reason(int32_t status)
     }
 }
 
-int listen(const QStringList &arguments)
+int listen(const QStringList &combos, const QString &countText)
 {
-    QStringList combos = arguments;
     int remaining = 0; // 0: until interrupted
-    if (combos.size() >= 2 && combos.first() == QLatin1String("--count")) {
-        bool number = false;
-        remaining = combos.at(1).toInt(&number);
-        if (!number || remaining <= 0) return usageError(QStringLiteral("hotkey: --count needs a positive number"));
-        combos = combos.mid(2);
+    if (!countText.isNull()) {
+        const auto count = parseInteger(QStringLiteral("--count"), countText, 1, INT32_MAX);
+        if (!count) return kExitUsage;
+        remaining = static_cast<int>(*count);
     }
-    if (!combos.isEmpty() && combos.first() == QLatin1String("--")) combos.removeFirst();
-    if (combos.isEmpty()) return usageError(QStringLiteral("hotkey listen needs at least one combination"));
+    if (combos.isEmpty()) return usageError(QStringLiteral("listen needs at least one combination"));
 
     std::vector<std::shared_ptr<rk::KeyCombo>> parsed;
     for (const QString &text : combos) {
@@ -105,7 +101,7 @@ int listen(const QStringList &arguments)
         parsed.push_back(std::move(combo));
     }
     if (!rk::HotKeyCenter::_systemSupportsHotKeys())
-        return failure(QStringLiteral("hotkey: cannot listen: %1").arg(reason(rk::kHotKeyUnsupportedErr)));
+        return failure(QStringLiteral("cannot listen: %1").arg(reason(rk::kHotKeyUnsupportedErr)));
 
     rk::HotKeyCenter &center = rk::HotKeyCenter::sharedCenter();
     std::vector<std::unique_ptr<Listener>> listeners;
@@ -114,7 +110,7 @@ int listen(const QStringList &arguments)
         const QString &text = combos.at(static_cast<qsizetype>(i));
         const QString display = visible(parsed[i]->userDisplayRep());
         if (!parsed[i]->isValid()) {
-            (void)failure(QStringLiteral("hotkey: %1 is not registered: a key other than F1-F8, F12 and F13 needs "
+            (void)failure(QStringLiteral("%1 is not registered: a key other than F1-F8, F12 and F13 needs "
                                          "a modifier")
                               .arg(text));
             continue;
@@ -124,7 +120,7 @@ int listen(const QStringList &arguments)
             printLine(QStringLiteral("listening: %1 (%2)").arg(text, display));
             ++registered;
         } else {
-            (void)failure(QStringLiteral("hotkey: %1 is not registered: %2")
+            (void)failure(QStringLiteral("%1 is not registered: %2")
                               .arg(text, reason(center.hotKeyList().value(text)->lastStatus())));
         }
     }
@@ -133,23 +129,26 @@ int listen(const QStringList &arguments)
     return QCoreApplication::exec() == 0 ? 0 : kExitFailure;
 }
 
+// A decimal or 0x-hexadecimal number in [low, high]; overflow is refused.
 bool parseNumber(const QString &text, int64_t low, int64_t high, int64_t &value)
 {
     bool ok = false;
-    value = text.startsWith(QLatin1String("0x"), Qt::CaseInsensitive) ? text.mid(2).toLongLong(&ok, 16)
-                                                                      : text.toLongLong(&ok, 10);
+    const bool hex = text.startsWith(QLatin1String("0x"), Qt::CaseInsensitive);
+    const QString digits = hex ? text.mid(2) : text;
+    if (digits.isEmpty() || digits.startsWith(QLatin1Char('+'))) return false;
+    value = hex ? digits.toLongLong(&ok, 16) : digits.toLongLong(&ok, 10);
     return ok && value >= low && value <= high;
 }
 
 int show(const QStringList &arguments)
 {
-    if (arguments.size() != 2) return usageError(QStringLiteral("hotkey show takes KEYCODE MODIFIERS"));
+    if (arguments.size() != 2) return usageError(QStringLiteral("show takes KEYCODE MODIFIERS"));
     int64_t keyCode = 0;
     int64_t modifiers = 0;
     if (!parseNumber(arguments[0], INT16_MIN, INT16_MAX, keyCode))
-        return usageError(QStringLiteral("hotkey: not a 16-bit key code: %1").arg(arguments[0]));
+        return usageError(QStringLiteral("not a 16-bit key code: '%1'").arg(arguments[0]));
     if (!parseNumber(arguments[1], INT32_MIN, UINT32_MAX, modifiers))
-        return usageError(QStringLiteral("hotkey: not 32-bit modifiers: %1").arg(arguments[1]));
+        return usageError(QStringLiteral("not 32-bit modifiers: '%1'").arg(arguments[1]));
     const auto combo =
         rk::KeyCombo::keyComboWithKeyCode(static_cast<int16_t>(keyCode), static_cast<int32_t>(modifiers));
     const QString display = combo->userDisplayRep();
@@ -164,13 +163,14 @@ int show(const QStringList &arguments)
 
 } // namespace
 
-int hotkeyCommand(const QStringList &arguments)
+int hotkeyCommand(const Arguments &arguments)
 {
-    if (arguments.isEmpty()) return usageError(QStringLiteral("hotkey needs listen or show (see rkcore --help)"));
-    const QString &sub = arguments.first();
-    if (sub == QLatin1String("listen")) return listen(arguments.mid(1));
-    if (sub == QLatin1String("show")) return show(arguments.mid(1));
-    return usageError(QStringLiteral("hotkey: unknown subcommand: %1 (listen or show)").arg(sub));
+    const QString &sub = arguments.at(0);
+    const QStringList rest = arguments.positional().mid(1);
+    if (sub == QLatin1String("listen")) return listen(rest, arguments.value("--count"));
+    if (arguments.has("--count")) return usageError(QStringLiteral("--count goes with listen only"));
+    if (sub == QLatin1String("show")) return show(rest);
+    return usageError(QStringLiteral("unknown subcommand '%1' (listen or show)").arg(sub));
 }
 
 } // namespace rkcli

@@ -15,16 +15,13 @@
 
 namespace rkcli {
 
-int iconCommand(const QStringList &arguments)
+int iconCommand(const Arguments &arguments)
 {
-    QStringList positional;
-    if (!splitArguments("icon", arguments, {}, positional)) return kExitUsage;
-    if (positional.size() != 2)
-        return usageError(QStringLiteral("icon takes a path and an output file (see rkcore --help)"));
+    const QStringList &positional = arguments.positional();
     rpf_diagnostics_set_stream(stderr);
     QLoggingCategory::setFilterRules(QStringLiteral("rkcore.info=false"));
     errno = 0;
-    const auto object = rk::RBFileSystemObject::newFSOForLocalPath(positional.at(0), false);
+    const auto object = rk::RBFileSystemObject::newFSOForLocalPathBytes(arguments.positionalBytes().at(0), false);
     if (!object) {
         const int error = errno;
         return failure(

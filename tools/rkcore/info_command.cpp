@@ -72,14 +72,13 @@ void printTarget(const rk::RBFileSystemObject &object)
 
 } // namespace
 
-int infoCommand(const QStringList &arguments)
+int infoCommand(const Arguments &arguments)
 {
-    QString path;
-    if (!singleArgument("info", arguments, path)) return kExitUsage;
+    const QString path = arguments.at(0);
     rpf_diagnostics_set_stream(stderr);
     QLoggingCategory::setFilterRules(QStringLiteral("rkcore.info=false"));
     errno = 0;
-    const auto object = rk::RBFileSystemObject::newFSOForLocalPath(path, false);
+    const auto object = rk::RBFileSystemObject::newFSOForLocalPathBytes(arguments.positionalBytes().at(0), false);
     if (!object) {
         const int error = errno;
         return failure(QStringLiteral("cannot read %1: %2").arg(path, QString::fromLocal8Bit(std::strerror(error))));

@@ -12,9 +12,8 @@
 
 namespace rkcli {
 
-int labelsCommand(const QStringList &arguments)
+int labelsCommand(const Arguments & /*arguments*/)
 {
-    if (!arguments.isEmpty()) return usageError(QStringLiteral("labels takes no arguments"));
     for (const auto &label : rk::RBLabelManager::sharedLabelManager().labelArray()) {
         const rk::RGBColor color = label->color();
         const QImage swatch = label->colorSwatch();

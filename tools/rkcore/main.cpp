@@ -1,9 +1,11 @@
 // rkcore: the framework's command-line tool.
 //
 //   rkcore COMMAND [ARGUMENTS...]
+//   rkcore COMMAND --help
 //
 // Each command prints the framework's answers for its input. Unknown commands
-// and bad arguments give a one-line error on standard error and exit status 2.
+// and bad arguments give a one-line error on standard error and exit status 2;
+// a failed write to standard output gives one line and status 1.
 
 #include <QCoreApplication>
 #include <QGuiApplication>
@@ -18,7 +20,10 @@ namespace {
 
 void printHelp()
 {
-    rkcli::printLine(QStringLiteral("Usage: rkcore COMMAND [ARGUMENTS...]\n\nCommands:"));
+    rkcli::printLine(
+        QStringLiteral("Usage: rkcore COMMAND [ARGUMENTS...]\n"
+                       "       rkcore COMMAND --help   (a command's arguments, options and exit statuses)\n"
+                       "\nCommands:"));
     for (const rkcli::Command &command : rkcli::commands()) {
         rkcli::printLine(
             QStringLiteral("  %1 %2\n      %3")
@@ -26,23 +31,23 @@ void printHelp()
     }
 }
 
-} // namespace
-
-// Whether the command named on the command line draws images (icons), which
-// needs a QGuiApplication; the others run without a display.
-bool drawsImages(int argc, char *argv[])
+// Runs the command named by words[0] with the words after it.
+int runCommand(const QList<QByteArray> &words, int argc, char *argv[])
 {
-    if (argc < 2) return false;
-    for (const rkcli::Command &command : rkcli::commands())
-        if (std::strcmp(argv[1], command.name) == 0) return command.drawsImages;
-    return false;
-}
-
-int main(int argc, char *argv[])
-{
-    rkcli::setRawArguments(argc, argv);
+    const rkcli::Command *command = rkcli::findCommand(words.first());
+    if (command == nullptr) {
+        return rkcli::usageError(QStringLiteral("unknown command '%1'").arg(QString::fromLocal8Bit(words.first())));
+    }
+    rkcli::setCurrentCommand(QLatin1String(command->name));
+    bool help = false;
+    const auto arguments = rkcli::parseArguments(*command, words.mid(1), help);
+    if (help) {
+        rkcli::printCommandHelp(*command);
+        return 0;
+    }
+    if (!arguments) return rkcli::kExitUsage;
     std::unique_ptr<QCoreApplication> app;
-    if (drawsImages(argc, argv)) {
+    if (command->drawsImages) {
         if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") &&
             qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
             qputenv("QT_QPA_PLATFORM", "offscreen");
@@ -52,20 +57,28 @@ int main(int argc, char *argv[])
     }
     QCoreApplication::setApplicationName(QStringLiteral("rkcore"));
     QCoreApplication::setApplicationVersion(QStringLiteral(RKCORE_VERSION));
+    if (command->json && arguments->has("--json")) rkcli::beginJson();
+    const int status = command->run(*arguments);
+    // A command that failed before its answer writes no half document.
+    if (status == 0 || status == rkcli::kExitFailure) rkcli::finishJson();
+    return status;
+}
 
-    QStringList arguments = QCoreApplication::arguments().mid(1);
-    if (arguments.isEmpty()) return rkcli::usageError(QStringLiteral("no command given (see rkcore --help)"));
-    const QString name = arguments.takeFirst();
-    if (name == QLatin1String("--help") || name == QLatin1String("-h") || name == QLatin1String("help")) {
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    rkcli::setRawArguments(argc, argv);
+    const QList<QByteArray> words = rkcli::rawArguments().mid(1);
+    if (words.isEmpty()) return rkcli::checkedExit(rkcli::usageError(QStringLiteral("no command given")));
+    const QByteArray &name = words.first();
+    if (name == "--help" || name == "-h" || name == "help") {
         printHelp();
-        return 0;
+        return rkcli::checkedExit(0);
     }
-    if (name == QLatin1String("--version")) {
-        rkcli::printLine(QStringLiteral("rkcore %1").arg(QCoreApplication::applicationVersion()));
-        return 0;
+    if (name == "--version") {
+        rkcli::printLine(QStringLiteral("rkcore %1").arg(QStringLiteral(RKCORE_VERSION)));
+        return rkcli::checkedExit(0);
     }
-    for (const rkcli::Command &command : rkcli::commands()) {
-        if (name == QLatin1String(command.name)) return command.run(arguments);
-    }
-    return rkcli::usageError(QStringLiteral("unknown command: %1 (see rkcore --help)").arg(name));
+    return rkcli::checkedExit(runCommand(words, argc, argv));
 }

@@ -44,10 +44,9 @@ int printForms(int32_t octal, uint32_t mode)
 
 } // namespace
 
-int permsCommand(const QStringList &arguments)
+int permsCommand(const Arguments &arguments)
 {
-    QString input;
-    if (!singleArgument("perms", arguments, input)) return kExitUsage;
+    const QString &input = arguments.at(0);
 
     // 1-3 octal digits: the framework's octal value, read as the core reads it.
     static const QRegularExpression value(QStringLiteral("^[0-7]{1,3}$"));
@@ -79,7 +78,7 @@ int permsCommand(const QStringList &arguments)
         // The octal value is the core's reading, in which s and t letters grant no execute right.
         return printForms(octal, word);
     }
-    return usageError(QStringLiteral("not a permission value, mode or listing text: %1").arg(input));
+    return usageError(QStringLiteral("not a permission value, mode or listing text: '%1'").arg(input));
 }
 
 } // namespace rkcli

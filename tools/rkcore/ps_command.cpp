@@ -14,9 +14,8 @@ QString yesNo(bool value)
 }
 } // namespace
 
-int psCommand(const QStringList &arguments)
+int psCommand(const Arguments & /*arguments*/)
 {
-    if (!arguments.isEmpty()) return usageError(QStringLiteral("ps takes no arguments"));
     printLine(QStringLiteral("%1  %2  %3  %4  %5")
                   .arg(QStringLiteral("PID"), 7)
                   .arg(QStringLiteral("BG-ONLY"), -7)

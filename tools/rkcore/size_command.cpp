@@ -2,6 +2,8 @@
 
 #include <rkcore/rpf_size.h>
 
+#include <QRegularExpression>
+
 #include <cstdint>
 #include <limits>
 
@@ -18,15 +20,14 @@ QString quoted(const CoreText &text)
 }
 } // namespace
 
-int sizeCommand(const QStringList &arguments)
+int sizeCommand(const Arguments &arguments)
 {
-    QString input;
-    if (!singleArgument("size", arguments, input)) return kExitUsage;
+    const QString &input = arguments.at(0);
     bool ok = false;
     const qulonglong bytes = input.toULongLong(&ok, 10);
-    if (!ok || input.startsWith(QLatin1Char('+'))) {
-        return usageError(QStringLiteral("not a byte count: %1").arg(input));
-    }
+    static const QRegularExpression digits(QStringLiteral("^[0-9]+$"));
+    if (!digits.match(input).hasMatch()) return usageError(QStringLiteral("not a byte count: '%1'").arg(input));
+    if (!ok) return usageError(QStringLiteral("byte count %1 is above 18446744073709551615").arg(input));
     printField(QStringLiteral("bytes"), QString::number(bytes));
     if (bytes <= static_cast<qulonglong>(std::numeric_limits<int32_t>::max())) {
         const CoreText shortText(rpf_utility_format_size(static_cast<int32_t>(bytes)));

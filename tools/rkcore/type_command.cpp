@@ -8,11 +8,9 @@
 
 namespace rkcli {
 
-int typeCommand(const QStringList &arguments)
+int typeCommand(const Arguments &arguments)
 {
-    QStringList names;
-    if (!splitArguments("type", arguments, {}, names)) return kExitUsage;
-    if (names.isEmpty()) return usageError(QStringLiteral("type: no name given"));
+    const QStringList &names = arguments.positional();
     const rk::RKFileTypeIdentifier &identifier = rk::RKFileTypeIdentifier::sharedItemTypeIdentifier();
     for (const QString &name : names)
         printLine(QStringLiteral("%1\t%2").arg(identifier.typeForFileName(name)).arg(name));

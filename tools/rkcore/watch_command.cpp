@@ -75,7 +75,7 @@ int watchFile(const QString &path)
     watcher->setDelegate(std::make_shared<PrintingDelegate>());
     watcher->setContext(path);
     watcher->monitorFileAtPath(path);
-    (void)std::fprintf(stderr, "rkcore: watching %s (Ctrl-C to stop)\n", qPrintable(path));
+    (void)std::fprintf(stderr, "rkcore watch: watching %s (Ctrl-C to stop)\n", qPrintable(path));
     const int status = QCoreApplication::exec();
     watcher->stopWatching();
     return status;
@@ -92,19 +92,17 @@ int watchFolder(const QString &path)
     } catch (const std::invalid_argument &error) {
         return failure(QStringLiteral("cannot watch %1: %2").arg(path, QString::fromUtf8(error.what())));
     }
-    (void)std::fprintf(stderr, "rkcore: watching the folder %s %s(Ctrl-C to stop)\n", qPrintable(path),
+    (void)std::fprintf(stderr, "rkcore watch: watching the folder %s %s(Ctrl-C to stop)\n", qPrintable(path),
                        notifier->isPolling() ? "by polling it every second " : "");
     return QCoreApplication::exec();
 }
 
 } // namespace
 
-int watchCommand(const QStringList &arguments)
+int watchCommand(const Arguments &arguments)
 {
-    bool folder = false;
-    QStringList positional;
-    if (!splitArguments("watch", arguments, {{"--folder", &folder}}, positional)) return kExitUsage;
-    if (positional.size() != 1) return usageError(QStringLiteral("usage: rkcore watch [--folder] PATH"));
+    const bool folder = arguments.has("--folder");
+    const QStringList &positional = arguments.positional();
     if (!quitOnSignals()) return failure(QStringLiteral("cannot set up the signal pipe"));
     return folder ? watchFolder(positional.first()) : watchFile(positional.first());
 }
