@@ -14,10 +14,12 @@ set(RKCORE_LAYERS core foundation platform model services ui)
 # templates, umbrella and generated headers) and are placed by hand.
 set(RKCORE_HEADER_LAYER_rpf.h core)
 set(RKCORE_HEADER_LAYER_rpf_export.h core)
+set(RKCORE_HEADER_LAYER_rpf_memory.h core)
 set(RKCORE_HEADER_LAYER_Conventions.h foundation)
 set(RKCORE_HEADER_LAYER_ArrayInsert.h foundation)
 set(RKCORE_HEADER_LAYER_rkcore_export.h foundation)
 set(RKCORE_HEADER_LAYER_HotKeyEvent.h platform)
+set(RKCORE_HEADER_LAYER_KeychainResultCodes.h platform)
 set(RKCORE_HEADER_LAYER_rkcore_widgets_export.h ui)
 
 # rkcore_header_layer(<out-var> <source-dir> <header-name>): the layer of the

@@ -703,8 +703,8 @@ TEST(Keychain, NoSecretServiceIsStatusThree)
     }
 }
 
-// A keyring of the test's own on a bus of its own, locked: storing is refused
-// with status 3 and the reason, and nothing claims to be stored.
+// A keyring of the test's own on a bus of its own, locked: storing, finding and
+// deleting are refused with status 3 and the reason, and nothing claims success.
 TEST(Keychain, ALockedCollectionIsStatusThree)
 {
     NEEDS_PRIVATE_SESSION();
@@ -744,11 +744,19 @@ timeout 5 dbus-send --session --dest=org.freedesktop.secrets --print-reply /org/
   org.freedesktop.Secret.Service.Lock array:objpath:/org/freedesktop/secrets/collection/login >/dev/null
 echo pw | timeout 30 "$tool" keychain set locked-host me 2>"$dir/err" >"$dir/out"
 echo "status=$?"
+timeout 30 "$tool" keychain find locked-host me 2>>"$dir/other" >>"$dir/out"
+echo "find=$?"
+timeout 30 "$tool" keychain delete locked-host me 2>>"$dir/other" >>"$dir/out"
+echo "delete=$?"
 kill $keyring $bus; wait $keyring $bus 2>/dev/null
-cat "$dir/err"
+cat "$dir/other" "$dir/err"
 )";
     const Result result = runProgram("/bin/bash", {"-c", script, "bash", QFile::encodeName(folder.path()), kTool});
-    EXPECT_TRUE(result.out.startsWith("status=3\n")) << result.out.constData();
+    EXPECT_TRUE(result.out.startsWith("status=3\nfind=3\ndelete=3\n")) << result.out.constData();
+    EXPECT_TRUE(result.out.contains("rkcore keychain: no password read: the password collection is locked\n"))
+        << result.out.constData();
+    EXPECT_TRUE(result.out.contains("rkcore keychain: nothing deleted: the password collection is locked\n"))
+        << result.out.constData();
     EXPECT_TRUE(
         result.out.endsWith("rkcore keychain: the password was not stored: the password collection is locked\n"))
         << result.out.constData();

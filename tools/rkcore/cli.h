@@ -3,6 +3,8 @@
 // either text or (with --json) one JSON document.
 #pragma once
 
+#include <rkcore/rpf_memory.h>
+
 #include <QByteArray>
 #include <QHash>
 #include <QJsonObject>
@@ -69,10 +71,7 @@ void finishJson();
 int checkedExit(int status);
 
 // Owns a text the C core returned (free()); empty when the core gave null.
-struct FreeDeleter {
-    void operator()(char *text) const { std::free(text); }
-};
-using CoreText = std::unique_ptr<char, FreeDeleter>;
+using CoreText = rpf::Text;
 
 // The core's text as a QString (UTF-8); a null QString for a null text.
 QString fromCore(const char *text);

@@ -175,7 +175,8 @@ int set(const Request &request)
         return storeFailure(QStringLiteral("the password was not stored"));
     // Confirmed only when the store gives the same text back.
     const QString readBack = findPassword(request);
-    if (readBack.isNull()) return storeFailure(QStringLiteral("the password cannot be read back"));
+    if (readBack.isNull() || rk::RBKeychain::lastResultCode() != rk::RBKeychain::kNoErr)
+        return storeFailure(QStringLiteral("the password cannot be read back"));
     if (readBack != *password) return failure(QStringLiteral("the password reads back differently"));
     printLine(QStringLiteral("stored"));
     return 0;
@@ -184,7 +185,10 @@ int set(const Request &request)
 int find(const Request &request)
 {
     const QString password = findPassword(request);
-    if (password.isNull()) return storeFailure(QStringLiteral("no password read"));
+    // A locked collection answers an empty text, not a null one; the result
+    // code tells it from a stored empty password.
+    if (password.isNull() || rk::RBKeychain::lastResultCode() != rk::RBKeychain::kNoErr)
+        return storeFailure(QStringLiteral("no password read"));
     printLine(request.show ? password : QStringLiteral("found (--show prints it)"));
     return 0;
 }
