@@ -24,7 +24,7 @@ while [ $# -gt 0 ]; do
 done
 [ $# -gt 0 ] || { echo "usage: with_keyring.sh [--no-collection | --locked] [--setup SHELL] [--] COMMAND..." >&2; exit 2; }
 
-# shellcheck source=../scripts/lib/session.sh
+# shellcheck source=scripts/lib/session.sh
 source "$(dirname "$0")/../scripts/lib/session.sh"
 
 dir=$(mktemp -d /tmp/rkcore-keyring.XXXXXX) || exit 125
@@ -38,7 +38,10 @@ finish() {
 }
 trap finish EXIT
 
-session_start_bus "$dir" && session_start_keyring "$dir" "$how" || { echo "with_keyring.sh: the keyring did not come up" >&2; exit 125; }
+if ! session_start_bus "$dir" || ! session_start_keyring "$dir" "$how"; then
+  echo "with_keyring.sh: the keyring did not come up" >&2
+  exit 125
+fi
 if [ -n "$setup" ]; then
   sh -c "$setup" || { echo "with_keyring.sh: the setup failed" >&2; exit 125; }
 fi

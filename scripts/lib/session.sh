@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Starts and stops the desktop services the tests need, each a direct child of
 # the calling script so that it can be stopped by PID:
 #   an X server (Xvfb), a private session D-Bus with no service directories
@@ -40,7 +41,8 @@ CONF
     3>"$dir/bus.addr" 2>"$dir/dbus.log" </dev/null &
   session_pids+=($!)
   session_wait_for 20 test -s "$dir/bus.addr" || return 1
-  export DBUS_SESSION_BUS_ADDRESS="$(head -n1 "$dir/bus.addr")"
+  DBUS_SESSION_BUS_ADDRESS=$(head -n1 "$dir/bus.addr")
+  export DBUS_SESSION_BUS_ADDRESS
 }
 
 # session_start_keyring DIR unlocked|no-collection: gnome-keyring's Secret
@@ -81,7 +83,8 @@ session_start() {
     2>"$SESSION_DIR/xvfb.log" &
   session_pids+=($!)
   session_wait_for 20 test -s "$SESSION_DIR/x.display"
-  export DISPLAY=":$(cat "$SESSION_DIR/x.display")"
+  DISPLAY=":$(cat "$SESSION_DIR/x.display")"
+  export DISPLAY
 
   session_start_bus "$SESSION_DIR"
   # The marker the keychain tests look for: they store, read and delete items,
