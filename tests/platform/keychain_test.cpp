@@ -11,7 +11,6 @@
 #include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
-#include <QTemporaryDir>
 
 #include <functional>
 #include <thread>
@@ -42,6 +41,8 @@ ProcessResult run(const QStringList &call, const QByteArray &input = {},
 }
 
 const QStringList kCommand = {RKCORE_TOOL_PATH, "keychain"};
+// Runs a command against a password store of its own (unlocked, locked or without a collection).
+const QString kWithKeyring = RKCORE_WITH_KEYRING;
 
 // Every test works on hosts of its own and removes its items afterwards; no
 // message may ever contain one of the test passwords.
@@ -317,19 +318,7 @@ TEST(KeychainWithoutService, AnswersNoDefaultKeychainQuickly)
 TEST(KeychainWithoutDefaultCollection, AnswersNoDefaultKeychain)
 {
     if (!rktest::inPrivateSession()) GTEST_SKIP() << rktest::kNeedsPrivateSession;
-    const QTemporaryDir directory; // owner-only, so it serves as the runtime directory too
-    ASSERT_TRUE(directory.isValid());
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.remove("XDG_DATA_HOME");
-    environment.insert("HOME", directory.path());
-    environment.insert("XDG_RUNTIME_DIR", directory.path());
-    const QString script = "gnome-keyring-daemon --foreground --components=secrets </dev/null >/dev/null 2>&1 & "
-                           "k=$!; r=3; for i in $(seq 100); do dbus-send --session --print-reply "
-                           "--dest=org.freedesktop.DBus /org/freedesktop/DBus org.freedesktop.DBus.NameHasOwner "
-                           "string:org.freedesktop.secrets | grep -q 'boolean true' && { \"$@\"; r=$?; break; }; "
-                           "sleep 0.1; done; [ $r = 3 ] && echo 'the keyring daemon did not come up' >&2; "
-                           "kill $k; wait $k; exit $r";
-    expectNoDefaultKeychain(environment, {"dbus-run-session", "--", "sh", "-c", script, "sh"});
+    expectNoDefaultKeychain(QProcessEnvironment::systemEnvironment(), {kWithKeyring, "--no-collection", "--"});
 }
 
 } // namespace
@@ -390,19 +379,6 @@ void expectChildPasses(int32_t expected, QProcessEnvironment environment, const 
 }
 
 // A session bus that names no service directory, so that nothing (no prompter) is ever activated.
-QString writeBusConfig(const QTemporaryDir &directory)
-{
-    QString path = directory.filePath("bus.conf");
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly)) return {};
-    file.write("<!DOCTYPE busconfig PUBLIC \"-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN\"\n"
-               " \"http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd\">\n"
-               "<busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen><auth>EXTERNAL</auth>"
-               "<policy context=\"default\"><allow send_destination=\"*\" eavesdrop=\"true\"/>"
-               "<allow eavesdrop=\"true\"/><allow own=\"*\"/></policy></busconfig>\n");
-    return path;
-}
-
 class KeychainUnusable : public testing::Test {
 protected:
     void SetUp() override
@@ -423,28 +399,11 @@ TEST_F(KeychainUnusable, NoSecretServiceAnswersNoDefaultKeychain)
 // nothing is stored.
 TEST_F(KeychainUnusable, LockedCollectionAnswersInteractionNotAllowed)
 {
-    const QTemporaryDir directory; // owner-only, so it serves as the runtime directory too
-    ASSERT_TRUE(directory.isValid());
-    const QString config = writeBusConfig(directory);
-    ASSERT_FALSE(config.isEmpty());
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("HOME", directory.path());
-    environment.insert("XDG_DATA_HOME", directory.filePath("data"));
-    environment.insert("XDG_RUNTIME_DIR", directory.path());
-    const QString script =
-        "echo | gnome-keyring-daemon --foreground --unlock --components=secrets >/dev/null 2>&1 & k=$!; r=3; "
-        "for i in $(seq 100); do dbus-send --session --print-reply --dest=org.freedesktop.DBus /org/freedesktop/DBus "
-        "org.freedesktop.DBus.NameHasOwner string:org.freedesktop.secrets | grep -q 'boolean true' && break; "
-        "sleep 0.1; done; "
-        "printf pw | secret-tool store --label=x server child.rkcore-test.invalid account u port 21 "
-        "protocol 'ftp ' authtype 0 && printf pw | secret-tool store --label=x service child.rkcore-test.invalid "
-        "account u && "
-        "gdbus call --session --dest org.freedesktop.secrets --object-path /org/freedesktop/secrets "
-        "--method org.freedesktop.Secret.Service.Lock \"['/org/freedesktop/secrets/collection/login']\" "
-        ">/dev/null && { \"$@\"; r=$?; }; "
-        "[ $r = 3 ] && echo 'the locked keyring could not be set up' >&2; kill $k; wait $k; exit $r";
-    expectChildPasses(RBKeychain::kInteractionNotAllowed, environment,
-                      {"dbus-run-session", "--config-file=" + config, "--", "sh", "-c", script, "sh"});
+    const QString setup = "printf pw | secret-tool store --label=x server child.rkcore-test.invalid account u port 21 "
+                          "protocol 'ftp ' authtype 0 && printf pw | secret-tool store --label=x "
+                          "service child.rkcore-test.invalid account u";
+    expectChildPasses(RBKeychain::kInteractionNotAllowed, QProcessEnvironment::systemEnvironment(),
+                      {kWithKeyring, "--locked", "--setup", setup, "--"});
 }
 
 } // namespace

@@ -38,6 +38,8 @@
 namespace {
 
 const QByteArray kTool = RKCORE_TOOL;
+// Runs a command against a password store of its own (here: a locked one).
+const QByteArray kWithKeyring = RKCORE_WITH_KEYRING;
 
 struct Result {
     int status = -1;
@@ -708,50 +710,21 @@ TEST(Keychain, NoSecretServiceIsStatusThree)
 TEST(Keychain, ALockedCollectionIsStatusThree)
 {
     NEEDS_PRIVATE_SESSION();
+    const QByteArray script = R"(
+cd "$1" || exit 125
+tool=$2
+echo pw | timeout 30 "$tool" keychain set locked-host me 2>err >/dev/null
+echo "status=$?"
+timeout 30 "$tool" keychain find locked-host me 2>>other >/dev/null
+echo "find=$?"
+timeout 30 "$tool" keychain delete locked-host me 2>>other >/dev/null
+echo "delete=$?"
+cat other err
+)";
     ScratchFolder folder;
     ASSERT_TRUE(folder.isValid());
-    const QByteArray script = R"(
-set -u
-dir=$1; tool=$2
-mkdir -p "$dir/data" "$dir/runtime"; chmod 700 "$dir/runtime"
-cat >"$dir/bus.conf" <<CONF
-<!DOCTYPE busconfig PUBLIC "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
- "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
-<busconfig>
-  <type>session</type>
-  <listen>unix:tmpdir=/tmp</listen>
-  <auth>EXTERNAL</auth>
-  <policy context="default">
-    <allow send_destination="*" eavesdrop="true"/>
-    <allow eavesdrop="true"/>
-    <allow own="*"/>
-  </policy>
-</busconfig>
-CONF
-dbus-daemon --config-file="$dir/bus.conf" --nofork --nosyslog --print-address=3 3>"$dir/bus.addr" </dev/null >/dev/null 2>&1 &
-bus=$!
-for _ in $(seq 200); do [ -s "$dir/bus.addr" ] && break; sleep 0.05; done
-export DBUS_SESSION_BUS_ADDRESS=$(head -n1 "$dir/bus.addr") XDG_DATA_HOME="$dir/data" XDG_RUNTIME_DIR="$dir/runtime"
-unset DISPLAY
-echo | gnome-keyring-daemon --foreground --unlock --components=secrets >/dev/null 2>&1 3>&- &
-keyring=$!
-for _ in $(seq 200); do
-  timeout 5 dbus-send --session --print-reply --dest=org.freedesktop.DBus /org/freedesktop/DBus \
-    org.freedesktop.DBus.NameHasOwner string:org.freedesktop.secrets 2>/dev/null | grep -q 'boolean true' && break
-  sleep 0.05
-done
-timeout 5 dbus-send --session --dest=org.freedesktop.secrets --print-reply /org/freedesktop/secrets \
-  org.freedesktop.Secret.Service.Lock array:objpath:/org/freedesktop/secrets/collection/login >/dev/null
-echo pw | timeout 30 "$tool" keychain set locked-host me 2>"$dir/err" >"$dir/out"
-echo "status=$?"
-timeout 30 "$tool" keychain find locked-host me 2>>"$dir/other" >>"$dir/out"
-echo "find=$?"
-timeout 30 "$tool" keychain delete locked-host me 2>>"$dir/other" >>"$dir/out"
-echo "delete=$?"
-kill $keyring $bus; wait $keyring $bus 2>/dev/null
-cat "$dir/other" "$dir/err"
-)";
-    const Result result = runProgram("/bin/bash", {"-c", script, "bash", QFile::encodeName(folder.path()), kTool});
+    const Result result = runProgram(
+        kWithKeyring, {"--locked", "--", "/bin/bash", "-c", script, "bash", QFile::encodeName(folder.path()), kTool});
     EXPECT_TRUE(result.out.startsWith("status=3\nfind=3\ndelete=3\n")) << result.out.constData();
     EXPECT_TRUE(result.out.contains("rkcore keychain: no password read: the password collection is locked\n"))
         << result.out.constData();

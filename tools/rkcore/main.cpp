@@ -25,9 +25,9 @@ void printHelp()
                        "       rkcore COMMAND --help   (a command's arguments, options and exit statuses)\n"
                        "\nCommands:"));
     for (const rkcli::Command &command : rkcli::commands()) {
-        rkcli::printLine(
-            QStringLiteral("  %1 %2\n      %3")
-                .arg(QLatin1String(command.name), QLatin1String(command.usage), QLatin1String(command.summary)));
+        const QString synopsis =
+            QStringLiteral("%1 %2").arg(QLatin1String(command.name), QLatin1String(command.usage)).trimmed();
+        rkcli::printLine(QStringLiteral("  %1\n      %2").arg(synopsis, QLatin1String(command.summary)));
     }
 }
 
