@@ -5,20 +5,15 @@
 
 #include <benchmark/benchmark.h>
 
+#include "core_url_parse.h"
+
 #include <cstdlib>
 
 namespace {
 
 void parse(benchmark::State &state, const char *text)
 {
-    rpf_diagnostics_set_stream(nullptr);
-    for ([[maybe_unused]] auto _ : state) {
-        rpf_url *url = rpf_url_new_from_string(text);
-        benchmark::DoNotOptimize(url);
-        rpf_url_dealloc(url);
-    }
-    state.SetItemsProcessed(state.iterations());
-    rpf_diagnostics_reset();
+    benchCoreUrlParse(state, text);
 }
 
 void BM_ParseFtp(benchmark::State &state)

@@ -1,5 +1,6 @@
 // RBKeychain on the session's Secret Service, cross-checked with secret-tool
-// (a client nobody here wrote), and the rkcore keychain command.
+// (a client nobody here wrote). The rkcore keychain command is tested with the
+// tool (tests/tools/usability_test.cpp).
 #include <rkcore/RBKeychain.h>
 
 #include <gtest/gtest.h>
@@ -7,7 +8,6 @@
 #include "../keychain_test_support.h"
 #include "../log_capture.h"
 
-#include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
@@ -40,7 +40,6 @@ ProcessResult run(const QStringList &call, const QByteArray &input = {},
     return {process.exitCode(), out, QString::fromUtf8(out), QString::fromUtf8(process.readAllStandardError())};
 }
 
-const QStringList kCommand = {RKCORE_TOOL_PATH, "keychain"};
 // Runs a command against a password store of its own (unlocked, locked or without a collection).
 const QString kWithKeyring = RKCORE_WITH_KEYRING;
 
@@ -258,69 +257,6 @@ TEST_F(Keychain, LastResultCodeFollowsEveryCall)
     EXPECT_TRUE(capture.lines().isEmpty()) << "nothing to delete is no failure";
 }
 
-// The command reads the password from standard input and prints it only with --show.
-TEST_F(Keychain, CommandNeverShowsThePasswordUnasked)
-{
-    const QByteArray password = secret(3).toUtf8();
-    // arguments, standard input, exit code, message
-    const std::tuple<QStringList, QByteArray, int, const char *> rows[] = {
-        {{"set", host, "me", "22"}, password + '\n', 0, ""},
-        {{"find", host, "me", "22"}, {}, 0, ""},
-        {{"find", host, "nobody"}, {}, 1, "rkcore keychain: not found"},
-        {{"set", "--generic", host, "me"}, password, 0, ""}};
-    for (const auto &[arguments, input, exitCode, message] : rows) {
-        const ProcessResult result = run(kCommand + arguments, input);
-        const std::string label = arguments.join(' ').toStdString() + ": " + result.err.toStdString();
-        EXPECT_EQ(result.exitCode, exitCode) << label;
-        EXPECT_TRUE(result.err.contains(message)) << label;
-        EXPECT_FALSE(result.out.contains(password) || result.err.contains(password)) << label;
-    }
-    EXPECT_EQ(find("me", 22), secret(3));
-    EXPECT_EQ(keychain.findGenericPasswordForHost(host, "me"), secret(3));
-    EXPECT_EQ(run(kCommand + QStringList{"find", "--show", host, "me", "22"}).out, secret(3) + '\n');
-    EXPECT_EQ(run(kCommand + QStringList{"delete", host, "me", "22"}).exitCode, 0);
-    EXPECT_EQ(countItems(attributes("me", 22)), 0);
-    // Usage errors, and no password on standard input.
-    for (const char *row : {"", "get H me", "find H", "find H me 70000", "find --generic H me 21", "set --show H me",
-                            "set --password=x H me"})
-        EXPECT_EQ(run(kCommand + QString(row).replace("H", host).split(' ', Qt::SkipEmptyParts)).exitCode, 2) << row;
-    EXPECT_EQ(run(kCommand + QStringList{"set", host, "me"}).exitCode, 1) << "no password on standard input";
-}
-
-// Every call of the command, run through `wrapper` in `environment`, answers "no default keychain"
-// (status 3, the tool's one line), within five seconds when there is no wrapper.
-void expectNoDefaultKeychain(QProcessEnvironment environment, const QStringList &wrapper = {})
-{
-    environment.remove("DISPLAY");
-    for (const char *row : {"find h u", "set h u", "find --generic h u", "set --generic h u"}) {
-        const char *message = "no Secret Service with a default collection";
-
-        QElapsedTimer timer;
-        timer.start();
-        const ProcessResult result = run(wrapper + kCommand + QString(row).split(' '), "pw\n", environment);
-        EXPECT_TRUE(!wrapper.isEmpty() || timer.elapsed() < 5000) << row;
-        EXPECT_EQ(result.exitCode, 3) << row << ": " << result.err.toStdString();
-        EXPECT_TRUE(result.err.contains(message)) << row << ": " << result.err.toStdString();
-    }
-}
-
-// No Secret Service reachable: the command runs against a bus address where nothing listens.
-TEST(KeychainWithoutService, AnswersNoDefaultKeychainQuickly)
-{
-    if (!rktest::inPrivateSession()) GTEST_SKIP() << rktest::kNeedsPrivateSession;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/rkcore-test-bus");
-    expectNoDefaultKeychain(environment);
-}
-
-// A Secret Service without any collection (a keyring daemon that was never unlocked): each call gets a
-// bus of its own with a fresh keyring daemon on it, and is made only once the daemon owns its name.
-TEST(KeychainWithoutDefaultCollection, AnswersNoDefaultKeychain)
-{
-    if (!rktest::inPrivateSession()) GTEST_SKIP() << rktest::kNeedsPrivateSession;
-    expectNoDefaultKeychain(QProcessEnvironment::systemEnvironment(), {kWithKeyring, "--no-collection", "--"});
-}
-
 } // namespace
 
 namespace {
@@ -392,6 +328,13 @@ TEST_F(KeychainUnusable, NoSecretServiceAnswersNoDefaultKeychain)
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/rkcore-test-bus");
     expectChildPasses(RBKeychain::kNoDefaultKeychain, environment);
+}
+
+// A Secret Service without any collection (a keyring daemon that was never unlocked).
+TEST_F(KeychainUnusable, NoCollectionAnswersNoDefaultKeychain)
+{
+    expectChildPasses(RBKeychain::kNoDefaultKeychain, QProcessEnvironment::systemEnvironment(),
+                      {kWithKeyring, "--no-collection", "--"});
 }
 
 // A keyring of its own, unlocked, given an item by secret-tool, then locked over D-Bus

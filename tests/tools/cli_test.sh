@@ -52,17 +52,13 @@ expect_line ':30:01' lsdate 'Jan 15 10:30'
 expect_line '^Usage: rkcore COMMAND' --help
 
 expect_usage_error
-expect_usage_error frobnicate
-expect_usage_error perms
 expect_usage_error perms 89
 expect_usage_error perms 12345
 expect_usage_error perms rwx
-expect_usage_error perms 644 755
 expect_usage_error size -1
 expect_usage_error size 12k
 expect_usage_error lsdate 'Jan 15'
 expect_usage_error lsdate 'January 15 10:30'
-expect_usage_error ls --what
 expect_usage_error ls --raw --json /
 
 # rkcore ls: the table on standard output, the core's diagnostics on standard error.
@@ -101,8 +97,6 @@ expect_line ' package +Lib.bundle$' ls "$fixture"
 expect_line ' alias +alias.desktop$' ls "$fixture"
 expect_line ' link +to-beta -> ' ls "$fixture"
 expect_line ' folder +Alpha$' ls "$fixture"
-expect_usage_error ls --sort colour "$fixture"
-expect_usage_error ls "$fixture" --sort
 
 # rkcore info and icon.
 expect_line '^kind: +application \(6\)$' info /usr/bin/ls
